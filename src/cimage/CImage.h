@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include <boost/property_tree/ptree_fwd.hpp>
+#include <boost/shared_ptr.hpp>
+
+namespace cimage {
+
+/// An image of any pixel type: the bytes, their layout and a metadata tree.
+///
+/// Owns its buffer. The pixel type is a run-time number (PixelTypes.h); TImage<P> is the typed
+/// form and adds no data, so an image may be viewed as another type of the same layout with
+/// Row<P>() and nothing is copied. Rows are Stride() bytes apart, each starting on a 16-byte
+/// boundary. Not synchronised: whoever shares an image decides who may write to it.
+class CImage {
+public:
+    virtual ~CImage();
+    CImage(CImage const& other);
+    CImage(CImage&& other) noexcept;
+    /// Copies or takes pixels and metadata. Throws std::invalid_argument, and changes nothing,
+    /// when the pixel types differ.
+    CImage& operator=(CImage const& other);
+    CImage& operator=(CImage&& other);
+
+    /// A copy of the same pixel type with its own pixels and metadata.
+    virtual boost::shared_ptr<CImage> Clone() const = 0;
+
+    unsigned Width() const { return m_width; }
+    unsigned Height() const { return m_height; }
+    /// Bytes from one row's start to the next's.
+    std::size_t Stride() const { return m_stride; }
+    /// PixelTypeNumber<P>::value of the pixels stored.
+    unsigned Type() const { return m_type; }
+    std::size_t BytesPerPixel() const { return m_bytesPerPixel; }
+    bool Empty() const { return m_width == 0 || m_height == 0; }
+
+    /// First byte of row y (0 is the top row), y < Height().
+    unsigned char const* Bytes(unsigned y = 0) const { return m_bytes.get() + y * m_stride; }
+    unsigned char* Bytes(unsigned y = 0) { return m_bytes.get() + y * m_stride; }
+
+    /// Row y viewed as pixels of type P, which must have the size and layout of those stored.
+    template <class P>
+    P const* Row(unsigned y) const {
+        return reinterpret_cast<P const*>(Bytes(y));
+    }
+    template <class P>
+    P* Row(unsigned y) {
+        return reinterpret_cast<P*>(Bytes(y));
+    }
+
+    /// Free-form description of the image: text entries of its file, capture data.
+    boost::property_tree::ptree const& Metadata() const;
+    boost::property_tree::ptree& Metadata();
+
+protected:
+    /// Allocates width x height zeroed pixels. Throws std::length_error when the size does not
+    /// fit the address space.
+    CImage(unsigned type, std::size_t bytesPerPixel, unsigned width, unsigned height);
+    /// Replaces pixels by width x height zeroed ones; keeps the metadata.
+    void Reallocate(unsigned width, unsigned height);
+
+private:
+    struct AlignedDelete {
+        void operator()(unsigned char* p) const;
+    };
+
+    unsigned m_type;
+    std::size_t m_bytesPerPixel;
+    unsigned m_width = 0;
+    unsigned m_height = 0;
+    std::size_t m_stride = 0;
+    std::unique_ptr<unsigned char[], AlignedDelete> m_bytes;
+    // Most images never carry metadata, so the tree is made on first use.
+    mutable std::unique_ptr<boost::property_tree::ptree> m_metadata;
+};
+
+} // namespace cimage
