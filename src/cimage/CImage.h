@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
-
 #include <boost/property_tree/ptree_fwd.hpp>
 #include <boost/shared_ptr.hpp>
+
+#include <cstddef>
+#include <memory>
 
 namespace cimage {
 
@@ -13,7 +13,8 @@ namespace cimage {
 /// Owns its buffer. The pixel type is a run-time number (PixelTypes.h); TImage<P> is the typed
 /// form and adds no data, so an image may be viewed as another type of the same layout with
 /// Row<P>() and nothing is copied. Rows are Stride() bytes apart, each starting on a 16-byte
-/// boundary. Not synchronised: whoever shares an image decides who may write to it.
+/// boundary. A moved-from image is empty. Not synchronised: whoever shares an image decides who
+/// may write to it.
 class CImage {
 public:
     virtual ~CImage();
@@ -36,6 +37,10 @@ public:
     std::size_t BytesPerPixel() const { return m_bytesPerPixel; }
     bool Empty() const { return m_width == 0 || m_height == 0; }
 
+    /// Replaces the pixels by width x height zeroed ones; keeps type and metadata. Throws
+    /// std::length_error, and changes nothing, when the size does not fit the address space.
+    void Resize(unsigned width, unsigned height);
+
     /// First byte of row y (0 is the top row), y < Height().
     unsigned char const* Bytes(unsigned y = 0) const { return m_bytes.get() + y * m_stride; }
     unsigned char* Bytes(unsigned y = 0) { return m_bytes.get() + y * m_stride; }
@@ -50,7 +55,8 @@ public:
         return reinterpret_cast<P*>(Bytes(y));
     }
 
-    /// Free-form description of the image: text entries of its file, capture data.
+    /// Free-form description of the image: text entries of its file, capture data. Reading it
+    /// through a const image is safe from several threads at once.
     boost::property_tree::ptree const& Metadata() const;
     boost::property_tree::ptree& Metadata();
 
@@ -58,22 +64,23 @@ protected:
     /// Allocates width x height zeroed pixels. Throws std::length_error when the size does not
     /// fit the address space.
     CImage(unsigned type, std::size_t bytesPerPixel, unsigned width, unsigned height);
-    /// Replaces pixels by width x height zeroed ones; keeps the metadata.
-    void Reallocate(unsigned width, unsigned height);
 
 private:
-    struct AlignedDelete {
-        void operator()(unsigned char* p) const;
+    struct Free {
+        void operator()(unsigned char* bytes) const;
     };
+
+    /// Moves pixels and metadata of an image of the same type here; leaves it empty.
+    void Take(CImage& other) noexcept;
 
     unsigned m_type;
     std::size_t m_bytesPerPixel;
     unsigned m_width = 0;
     unsigned m_height = 0;
     std::size_t m_stride = 0;
-    std::unique_ptr<unsigned char[], AlignedDelete> m_bytes;
-    // Most images never carry metadata, so the tree is made on first use.
-    mutable std::unique_ptr<boost::property_tree::ptree> m_metadata;
+    std::unique_ptr<unsigned char[], Free> m_bytes;
+    // Most images never carry metadata: null until it is first written.
+    std::unique_ptr<boost::property_tree::ptree> m_metadata;
 };
 
 } // namespace cimage

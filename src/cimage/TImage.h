@@ -3,9 +3,9 @@
 #include "cimage/CImage.h"
 #include "cimage/PixelTypes.h"
 
-#include <cstring>
-
 #include <boost/make_shared.hpp>
+
+#include <cstring>
 
 namespace cimage {
 
@@ -31,9 +31,6 @@ public:
     }
 
     boost::shared_ptr<CImage> Clone() const override { return boost::make_shared<TImage>(*this); }
-
-    /// Replaces the pixels by width x height zeroed ones; keeps the metadata.
-    void Resize(unsigned width, unsigned height) { Reallocate(width, height); }
 
     P* operator[](unsigned y) { return Row<P>(y); }
     P const* operator[](unsigned y) const { return Row<P>(y); }

@@ -1,0 +1,314 @@
+#include "cimage/Conversion.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+// One more version of each pixel loop for wider vectors, chosen when the library is loaded. The
+// sanitizers' run-time libraries are not ready that early.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) &&                             \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define CIMAGE_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define CIMAGE_CLONES
+#endif
+
+namespace cimage {
+
+namespace {
+
+using std::uint16_t;
+using std::uint32_t;
+using std::uint8_t;
+
+// ---- one pixel
+
+template <class P, class = void>
+struct Traits { // a plain count
+    using Channel = P;
+    static constexpr bool IsColour = false;
+    static constexpr bool HasAlpha = false;
+};
+template <class P>
+struct Traits<P, std::enable_if_t<std::is_class<P>::value>> {
+    using Channel = decltype(P::r);
+    static constexpr bool IsColour = true;
+    static constexpr bool HasAlpha = sizeof(P) == 4 * sizeof(Channel);
+};
+
+/// A count moved to another depth and sign.
+template <class To, class From>
+To Scale(From count) {
+    using UnsignedFrom = std::make_unsigned_t<From>;
+    using UnsignedTo = std::make_unsigned_t<To>;
+    constexpr bool flipFrom = std::is_signed<From>::value;
+    constexpr bool flipTo = std::is_signed<To>::value;
+    // Flipping the top bit of a two's complement number adds half the range.
+    uint32_t v = static_cast<UnsignedFrom>(count);
+    v ^= flipFrom ? 1U << (8 * sizeof(From) - 1) : 0U;
+    if (sizeof(From) > sizeof(To)) {
+        v >>= 8;
+    } else if (sizeof(From) < sizeof(To)) {
+        v *= 257;
+    }
+    v ^= flipTo ? 1U << (8 * sizeof(To) - 1) : 0U;
+    return static_cast<To>(static_cast<UnsignedTo>(v));
+}
+
+/// BT.601 luma. The weights add up to 65536, so that equal channels give exactly their value.
+template <class T>
+T Luma(T r, T g, T b) {
+    return static_cast<T>((19595U * r + 38470U * g + 7471U * b + 32768U) >> 16);
+}
+
+/// Stores channel by channel: a returned pixel would keep compilers from vectorising the loop.
+template <class S, class D>
+void ConvertPixel(S const& s, D& d) {
+    using From = typename Traits<S>::Channel;
+    using To = typename Traits<D>::Channel;
+    if constexpr (Traits<D>::IsColour && Traits<S>::IsColour) {
+        d.r = Scale<To>(s.r);
+        d.g = Scale<To>(s.g);
+        d.b = Scale<To>(s.b);
+    } else if constexpr (Traits<D>::IsColour) {
+        d.r = Scale<To>(s);
+        d.g = Scale<To>(s);
+        d.b = Scale<To>(s);
+    } else if constexpr (Traits<S>::IsColour) {
+        using Wide = std::conditional_t<(sizeof(To) > sizeof(From)), uint16_t, From>;
+        d = Scale<To>(Luma(Scale<Wide>(s.r), Scale<Wide>(s.g), Scale<Wide>(s.b)));
+    } else {
+        d = Scale<To>(s);
+    }
+    if constexpr (Traits<D>::HasAlpha && Traits<S>::HasAlpha) {
+        d.a = Scale<To>(s.a);
+    } else if constexpr (Traits<D>::HasAlpha) {
+        d.a = std::numeric_limits<To>::max();
+    }
+}
+
+// ---- one row of pixels other than mosaics
+
+using RowFunction = void (*)(void const* source, void* destination, unsigned width);
+
+template <class S, class D>
+CIMAGE_CLONES void
+ConvertRow(void const* __restrict source, void* __restrict destination, unsigned width) {
+    if constexpr (std::is_same<S, D>::value) {
+        std::memcpy(destination, source, width * sizeof(S));
+    } else {
+        auto const* const s = static_cast<S const*>(source);
+        auto* const d = static_cast<D*>(destination);
+        for (std::size_t x = 0; x < width; ++x) {
+            ConvertPixel(s[x], d[x]);
+        }
+    }
+}
+
+constexpr unsigned TypeCount = 18; // one more than the highest number of PixelTypes.h
+using RowFunctions = std::array<std::array<RowFunction, TypeCount>, TypeCount>; // [source][dest.]
+
+template <class S, class... D>
+void FillRow(RowFunctions& functions) {
+    ((functions[PixelTypeNumber<S>::value][PixelTypeNumber<D>::value] = ConvertRow<S, D>), ...);
+}
+
+template <class... P>
+RowFunctions MakeRowFunctions() {
+    RowFunctions functions{};
+    (FillRow<P, P...>(functions), ...);
+    return functions;
+}
+
+RowFunction FindRowFunction(unsigned source, unsigned destination) {
+    static RowFunctions const functions = MakeRowFunctions<
+        unsigned char,
+        signed char,
+        unsigned short,
+        short,
+        TRGB<unsigned char>,
+        TRGBA<unsigned char>,
+        TBGRA<unsigned char>,
+        TRGB<unsigned short>,
+        TRGBA<unsigned short>>();
+    return functions[source][destination];
+}
+
+// ---- mosaics
+
+/// Where red lies in each 2 x 2 cell; blue lies diagonally opposite.
+struct Mosaic {
+    unsigned redX;
+    unsigned redY;
+    unsigned plainType; ///< the RGB type of the same depth
+};
+
+template <template <class> class A, class T>
+constexpr bool IsMosaic(unsigned type) {
+    return type == PixelTypeNumber<Bayer<A<T>>>::value;
+}
+
+template <class T>
+bool FindMosaicOfDepth(unsigned type, Mosaic& mosaic) {
+    bool const bggr = IsMosaic<TBGGR, T>(type);
+    bool const grbg = IsMosaic<TGRBG, T>(type);
+    bool const rggb = IsMosaic<TRGGB, T>(type);
+    bool const gbrg = IsMosaic<TGBRG, T>(type);
+    mosaic = {bggr || grbg ? 1U : 0U, bggr || gbrg ? 1U : 0U, PixelTypeNumber<TRGB<T>>::value};
+    return bggr || grbg || rggb || gbrg;
+}
+
+bool FindMosaic(unsigned type, Mosaic& mosaic) {
+    return FindMosaicOfDepth<uint8_t>(type, mosaic) || FindMosaicOfDepth<uint16_t>(type, mosaic);
+}
+
+/// The neighbour of i on one side, mirrored at the border so that its filter colour stays.
+unsigned Before(unsigned i) {
+    return i == 0 ? 1 : i - 1;
+}
+unsigned After(unsigned i, unsigned size) {
+    return i + 1 == size ? size - 2 : i + 1;
+}
+
+template <class T>
+struct MosaicRows {
+    T const* above;
+    T const* here;
+    T const* below;
+
+    uint32_t Beside(unsigned l, unsigned r) const { return (here[l] + here[r] + 1U) / 2; }
+    uint32_t OverUnder(unsigned x) const { return (above[x] + below[x] + 1U) / 2; }
+    uint32_t Cross(unsigned l, unsigned x, unsigned r) const {
+        return (above[x] + below[x] + here[l] + here[r] + 2U) / 4;
+    }
+    uint32_t Diagonal(unsigned l, unsigned r) const {
+        return (above[l] + above[r] + below[l] + below[r] + 2U) / 4;
+    }
+};
+
+/// @param colourX parity of the columns in which this row is red or blue
+/// @param isRed   whether that colour is red
+template <class T>
+void DemosaicRow(
+    MosaicRows<T> const& rows, unsigned colourX, bool isRed, unsigned width, TRGB<T>* out) {
+    auto const put = [&](unsigned l, unsigned x, unsigned r) {
+        bool const onGreen = (x & 1) != colourX;
+        uint32_t const green = onGreen ? rows.here[x] : rows.Cross(l, x, r);
+        uint32_t const own = onGreen ? rows.Beside(l, r) : rows.here[x];
+        uint32_t const other = onGreen ? rows.OverUnder(x) : rows.Diagonal(l, r);
+        out[x] = {
+            static_cast<T>(isRed ? own : other),
+            static_cast<T>(green),
+            static_cast<T>(isRed ? other : own)};
+    };
+    put(1, 0, 1);
+    for (unsigned x = 1; x + 1 < width; ++x) {
+        put(x - 1, x, x + 1);
+    }
+    put(width - 2, width - 1, width - 2);
+}
+
+template <class T>
+void Demosaic(Mosaic const& mosaic, CImage const& source, unsigned y, void* out) {
+    unsigned const width = source.Width();
+    unsigned const height = source.Height();
+    if (width == 1 || height == 1) {
+        ConvertRow<T, TRGB<T>>(source.Bytes(y), out, width);
+        return;
+    }
+    MosaicRows<T> const rows{
+        source.Row<T>(Before(y)), source.Row<T>(y), source.Row<T>(After(y, height))};
+    bool const isRed = (y & 1) == mosaic.redY;
+    unsigned const colourX = isRed ? mosaic.redX : mosaic.redX ^ 1;
+    DemosaicRow(rows, colourX, isRed, width, static_cast<TRGB<T>*>(out));
+}
+
+template <class T>
+void SampleMosaic(Mosaic const& mosaic, void const* source, CImage& destination, unsigned y) {
+    auto const* const s = static_cast<TRGB<T> const*>(source);
+    T* const d = destination.Row<T>(y);
+    bool const isRed = (y & 1) == mosaic.redY;
+    unsigned const colourX = isRed ? mosaic.redX : mosaic.redX ^ 1;
+    for (unsigned x = 0; x < destination.Width(); ++x) {
+        d[x] = (x & 1) != colourX ? s[x].g : isRed ? s[x].r : s[x].b;
+    }
+}
+
+// ---- whole images
+
+bool IsDeep(Mosaic const& mosaic) {
+    return mosaic.plainType == PixelTypeNumber<TRGB<uint16_t>>::value;
+}
+
+/// Bytes of a pixel by type number; 0 for numbers that name no type.
+std::size_t PixelSize(unsigned type) {
+    constexpr std::size_t sizes[TypeCount] = {0, 1, 1, 2, 2, 1, 1, 1, 1, 2, 2, 2, 2, 3, 4, 4, 6, 8};
+    return type < TypeCount ? sizes[type] : 0;
+}
+
+/// Sizes are equal and the types differ.
+void ConvertPixels(unsigned sourceType, CImage const& source, CImage& destination) {
+    Mosaic from{};
+    Mosaic to{};
+    bool const fromMosaic = FindMosaic(sourceType, from);
+    bool const toMosaic = FindMosaic(destination.Type(), to);
+    RowFunction const convertRow = FindRowFunction(
+        fromMosaic ? from.plainType : sourceType, toMosaic ? to.plainType : destination.Type());
+    std::size_t const plainRow = source.Width() * sizeof(TRGB<uint16_t>);
+    std::vector<unsigned char> demosaiced(fromMosaic ? plainRow : 0);
+    std::vector<unsigned char> unsampled(toMosaic ? plainRow : 0);
+    for (unsigned y = 0; y < source.Height(); ++y) {
+        if (fromMosaic) {
+            (IsDeep(from) ? Demosaic<uint16_t>
+                          : Demosaic<uint8_t>)(from, source, y, demosaiced.data());
+        }
+        convertRow(
+            fromMosaic ? demosaiced.data() : source.Bytes(y),
+            toMosaic ? unsampled.data() : destination.Bytes(y),
+            source.Width());
+        if (toMosaic) {
+            (IsDeep(to) ? SampleMosaic<uint16_t>
+                        : SampleMosaic<uint8_t>)(to, unsampled.data(), destination, y);
+        }
+    }
+}
+
+} // namespace
+
+void Convert(CImage const& source, CImage& destination) {
+    ConvertAs(source.Type(), source, destination);
+}
+
+void ConvertAs(unsigned sourceType, CImage const& source, CImage& destination) {
+    if (PixelSize(sourceType) != source.BytesPerPixel() || PixelSize(destination.Type()) == 0) {
+        throw std::invalid_argument(
+            "no conversion from pixel type " + std::to_string(sourceType) + " to " +
+            std::to_string(destination.Type()));
+    }
+    bool const sameType = sourceType == destination.Type();
+    if (&source == &destination) {
+        if (!sameType) {
+            throw std::invalid_argument("an image cannot be converted in place");
+        }
+        return;
+    }
+    if (destination.Width() != source.Width() || destination.Height() != source.Height()) {
+        destination.Resize(source.Width(), source.Height());
+    }
+    if (source.Empty()) {
+        return;
+    }
+    if (sameType) {
+        std::memcpy(destination.Bytes(), source.Bytes(), source.Stride() * source.Height());
+        return;
+    }
+    ConvertPixels(sourceType, source, destination);
+}
+
+} // namespace cimage
