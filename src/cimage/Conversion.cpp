@@ -67,29 +67,62 @@ T Luma(T r, T g, T b) {
     return static_cast<T>((19595U * r + 38470U * g + 7471U * b + 32768U) >> 16);
 }
 
-/// Stores channel by channel: a returned pixel would keep compilers from vectorising the loop.
+/// Calls put(channels...) with the pixel's red, green, blue and alpha as counts of type To.
+template <class To, class S, class Put>
+void WithColour(S const& s, Put put) {
+    constexpr To opaque = std::numeric_limits<To>::max();
+    if constexpr (Traits<S>::HasAlpha) {
+        put(Scale<To>(s.r), Scale<To>(s.g), Scale<To>(s.b), Scale<To>(s.a));
+    } else if constexpr (Traits<S>::IsColour) {
+        put(Scale<To>(s.r), Scale<To>(s.g), Scale<To>(s.b), opaque);
+    } else {
+        To const grey = Scale<To>(s);
+        put(grey, grey, grey, opaque);
+    }
+}
+
+template <class To, class S>
+To Grey(S const& s) {
+    if constexpr (Traits<S>::IsColour) {
+        using From = typename Traits<S>::Channel;
+        using Wide = std::conditional_t<(sizeof(To) > sizeof(From)), uint16_t, From>;
+        return Scale<To>(Luma(Scale<Wide>(s.r), Scale<Wide>(s.g), Scale<Wide>(s.b)));
+    } else {
+        return Scale<To>(s);
+    }
+}
+
+/// A byte moved to where it lies in memory at the given offset of a 32-bit word.
+constexpr uint32_t ByteAt(std::size_t offset, uint8_t byte) {
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return static_cast<uint32_t>(byte) << (8 * (3 - offset));
+#else
+    return static_cast<uint32_t>(byte) << (8 * offset);
+#endif
+}
+
 template <class S, class D>
 void ConvertPixel(S const& s, D& d) {
-    using From = typename Traits<S>::Channel;
     using To = typename Traits<D>::Channel;
-    if constexpr (Traits<D>::IsColour && Traits<S>::IsColour) {
-        d.r = Scale<To>(s.r);
-        d.g = Scale<To>(s.g);
-        d.b = Scale<To>(s.b);
-    } else if constexpr (Traits<D>::IsColour) {
-        d.r = Scale<To>(s);
-        d.g = Scale<To>(s);
-        d.b = Scale<To>(s);
-    } else if constexpr (Traits<S>::IsColour) {
-        using Wide = std::conditional_t<(sizeof(To) > sizeof(From)), uint16_t, From>;
-        d = Scale<To>(Luma(Scale<Wide>(s.r), Scale<Wide>(s.g), Scale<Wide>(s.b)));
+    if constexpr (!Traits<D>::IsColour) {
+        d = Grey<To>(s);
+    } else if constexpr (sizeof(D) == sizeof(uint32_t) && !Traits<S>::HasAlpha) {
+        // Put together as a word: compilers vectorise that, but not a constant among the stores.
+        WithColour<To>(s, [&d](To r, To g, To b, To a) {
+            uint32_t const word = ByteAt(offsetof(D, r), r) | ByteAt(offsetof(D, g), g) |
+                                  ByteAt(offsetof(D, b), b) | ByteAt(offsetof(D, a), a);
+            std::memcpy(static_cast<void*>(&d), &word, sizeof(word));
+        });
     } else {
-        d = Scale<To>(s);
-    }
-    if constexpr (Traits<D>::HasAlpha && Traits<S>::HasAlpha) {
-        d.a = Scale<To>(s.a);
-    } else if constexpr (Traits<D>::HasAlpha) {
-        d.a = std::numeric_limits<To>::max();
+        WithColour<To>(s, [&d](To r, To g, To b, To a) {
+            d.r = r;
+            d.g = g;
+            d.b = b;
+            if constexpr (Traits<D>::HasAlpha) {
+                d.a = a;
+            }
+            static_cast<void>(a);
+        });
     }
 }
 
