@@ -1,0 +1,120 @@
+#include "kiv/ini/INIFile.h"
+
+#include "kiv/Diagnostics.h"
+#include "kiv/ini/detail/Document.h"
+#include "kiv/ini/detail/FileIO.h"
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/current_function.hpp>
+#include <boost/make_shared.hpp>
+
+#include <stdexcept>
+
+namespace kiv::ini {
+
+INIFile::INIFile()
+    : m_owned(boost::make_shared<detail::Document>()), m_document(m_owned.get()),
+      m_section(&m_document->Own()) {}
+
+INIFile::INIFile(std::string const& path) : INIFile() {
+    Load(path);
+}
+
+INIFile::INIFile(detail::Document* document, detail::Section* section)
+    : m_document(document), m_section(section) {}
+
+INIFile::~INIFile() = default;
+
+void INIFile::Load(std::string const& path) {
+    std::string const content = detail::ReadFile(path);
+    m_document->Read(content);
+    m_document->fileName = path;
+}
+
+void INIFile::Save() {
+    SaveAs(m_document->fileName);
+}
+
+void INIFile::SaveAs(std::string const& path) {
+    detail::ReplaceFile(path, m_document->Write());
+    m_document->fileName = path;
+}
+
+std::string const& INIFile::FileName() const {
+    return m_document->fileName;
+}
+
+INIFile* INIFile::Node(std::string const& name) {
+    detail::Section* const section = m_document->FindOrCreate(name);
+    if (section && !section->view) {
+        section->view.reset(new INIFile(m_document, section));
+    }
+    return section ? section->view.get() : nullptr;
+}
+
+std::string const& INIFile::Name() const {
+    return m_section->name;
+}
+
+std::vector<std::string> INIFile::Nodes() const {
+    return m_document->Names();
+}
+
+bool INIFile::BelongsTo(INIFile const& other) const {
+    return m_document == other.m_document &&
+           (m_section == other.m_section || other.m_section == &m_document->Own());
+}
+
+bool INIFile::Has(std::string const& key) const {
+    return Find(key) != nullptr;
+}
+
+std::string const* INIFile::Find(std::string const& key) const {
+    auto const found = m_section->keys.find(key);
+    return found == m_section->keys.end() ? nullptr : &found->second.back().line->value;
+}
+
+std::string INIFile::Get(std::string const& key, char const* defaultValue) const {
+    return Get(key, std::string(defaultValue));
+}
+
+void INIFile::ReportMissing(std::string const& key) const {
+    std::string const section = Name().empty() ? "" : ", section " + Name();
+    Diagnose("[WW]", BOOST_CURRENT_FUNCTION, "`" + key + "' not found in " + FileName() + section);
+}
+
+void INIFile::Set(std::string const& key, std::string const& text) {
+    m_document->Set(*m_section, key, text);
+}
+
+bool INIFile::Erase(std::string const& key) {
+    return detail::Document::Erase(*m_section, key);
+}
+
+std::vector<std::string> INIFile::Keys() const {
+    std::vector<std::string> keys;
+    for (detail::Block const* const block : m_section->blocks) {
+        for (detail::Line const& line : *block) {
+            if (line.isKey && &line == &*m_section->keys.at(line.key).back().line) {
+                keys.push_back(line.key);
+            }
+        }
+    }
+    return keys;
+}
+
+bool INIFile::Parse(std::string const& text, std::string& value) {
+    value = text;
+    return true;
+}
+
+bool INIFile::Parse(std::string const& text, bool& value) {
+    std::locale const& plain = std::locale::classic();
+    if (!boost::iequals(text, "TRUE", plain) && !boost::iequals(text, "FALSE", plain)) {
+        return false;
+    }
+    value = boost::iequals(text, "TRUE", plain);
+    return true;
+}
+
+} // namespace kiv::ini
