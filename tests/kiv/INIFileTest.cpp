@@ -1,0 +1,272 @@
+#include "kiv/ini/INIFile.h"
+
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+using kiv::ini::INIFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class INIFileTest : public testing::Test {
+protected:
+    INIFileTest()
+        : m_folder(fs::temp_directory_path() / ("inifile_test." + std::to_string(getpid()))) {
+        fs::create_directories(m_folder);
+    }
+    ~INIFileTest() override { fs::remove_all(m_folder); }
+
+    std::string Path(std::string const& name = "test.ini") const { return m_folder / name; }
+
+    std::string Write(std::string const& content) const {
+        std::ofstream(Path(), std::ios::binary) << content;
+        return Path();
+    }
+    std::string Read() const {
+        std::ostringstream content;
+        content << std::ifstream(Path(), std::ios::binary).rdbuf();
+        return content.str();
+    }
+    // What the file holds after a change to a document that was loaded from `content`.
+    template <class Change>
+    std::string After(std::string const& content, Change change) const {
+        INIFile ini(Write(content));
+        change(ini);
+        ini.Save();
+        return Read();
+    }
+
+private:
+    fs::path m_folder;
+};
+
+TEST_F(INIFileTest, WhatIsNotSetIsWrittenBackByteForByte) {
+    std::string const documents[] = {
+        "",
+        "no line end",
+        "\xEF\xBB\xBF; mark\r\nKEY\t= \"quoted\" \r\n\r\n[ A ] ; note\r\na=1\r\na = "
+        "2\r\n[A]\r\na=3",
+        "[]\n[broken\n[x]y\n=empty key\n garbage \n\n\n;end\n\r\r\n\t",
+        std::string("\0\xff\xfe[\x80]=\n\0", 9),
+    };
+    for (auto const& document : documents) {
+        EXPECT_EQ(
+            After(
+                document,
+                [](INIFile& ini) {
+                    ini.Node("A")->Has("a"); // looking changes nothing
+                    ini.Node("NEW");
+                }),
+            document);
+    }
+}
+
+TEST_F(INIFileTest, ChangesTouchOnlyTheirOwnLine) {
+    struct {
+        char const* before;
+        void (*change)(INIFile&);
+        char const* after;
+    } const cases[] = {
+        {"; c\n K  =\t1  \nL=\n", [](INIFile& i) { i.Set("K", "22"); }, "; c\n K  =\t22  \nL=\n"},
+        {"K=1\nL=\n", [](INIFile& i) { i.Set("L", " x"); }, "K=1\nL=\" x\"\n"},
+        {"K=\"1\"\n", [](INIFile& i) { i.Set("K", "1"); }, "K=\"1\"\n"},
+        {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Set("K", "4"); }, "K=1\nk=2\nK=4\n"},
+        {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Erase("K"); }, "k=2\n"},
+        {"K=1", [](INIFile& i) { i.Set("N", "2"); }, "K=1\nN = 2\n"},
+        {"K=1\r\n\r\n[A]\r\n", [](INIFile& i) { i.Set("N", ""); }, "K=1\r\nN =\r\n\r\n[A]\r\n"},
+        {"; head\n\n; about A\n[A]\n",
+         [](INIFile& i) { i.Set("N", "1"); },
+         "; head\nN = 1\n\n; about A\n[A]\n"},
+        {"; about A\n[A]\n", [](INIFile& i) { i.Set("N", "1"); }, "N = 1\n; about A\n[A]\n"},
+        {"[A]\n\n; about B\n[B]\nk=1\n",
+         [](INIFile& i) { i.Node("A")->Set("N", "1"); },
+         "[A]\nN = 1\n\n; about B\n[B]\nk=1\n"},
+        {"[A]\na=1\n[B]\n[A]\nb=2\n",
+         [](INIFile& i) { i.Node("A")->Set("c", "3"); },
+         "[A]\na=1\n[B]\n[A]\nb=2\nc = 3\n"},
+        {"", [](INIFile& i) { i.Node("A")->Set("", "x"); }, "[A]\n= x\n"},
+        {"K=1", [](INIFile& i) { i.Node("A")->Set("a", "x"); }, "K=1\n\n[A]\na = x\n"},
+    };
+    for (auto const& c : cases) {
+        EXPECT_EQ(After(c.before, c.change), c.after) << c.before;
+    }
+}
+
+TEST_F(INIFileTest, AnyValueSurvivesASaveUnderAnyKey) {
+    std::string const values[] = {
+        "",
+        " ",
+        "plain",
+        " lead",
+        "trail\t",
+        "a\nb",
+        "a\r",
+        "\"",
+        "\"q\"",
+        "\\n",
+        "\"\\",
+        "a = b",
+        ";c",
+        "#c",
+        "[s]",
+        "x ; y",
+        "gr\xC3\xBC\xC3\x9F",
+        "a\n[injected]\nkey=1",
+        std::string("\0z", 2),
+        std::string(100000, '"'),
+    };
+    std::string const keys[] = {"", "K", "WIN OUTPUT FILE FORMAT", "\xC3\xA4", "a;b#c[d]\"e\""};
+    INIFile ini;
+    for (auto const& key : keys) {
+        for (std::size_t i = 0; i < std::size(values); ++i) {
+            ini.Node("S" + std::to_string(i))->Set(key, values[i]);
+        }
+    }
+    ini.SaveAs(Path());
+    INIFile loaded(Path());
+    EXPECT_EQ(loaded.Nodes().size(), std::size(values));
+    for (std::size_t i = 0; i < std::size(values); ++i) {
+        INIFile const& section = *loaded.Node("S" + std::to_string(i));
+        EXPECT_THAT(section.Keys(), testing::ElementsAreArray(keys));
+        for (auto const& key : keys) {
+            EXPECT_EQ(section.Get(key, "missing"), values[i]) << key;
+        }
+    }
+}
+
+TEST_F(INIFileTest, WhatNoLineCanHoldIsRefused) {
+    INIFile ini;
+    for (char const* key :
+         {"a=b",
+          "a\nb",
+          " a",
+          "a\t",
+          ";a",
+          "#a",
+          "[a]",
+          "\xEF\xBB\xBF"
+          "a"}) {
+        EXPECT_THROW(ini.Set(key, "x"), std::runtime_error) << key;
+    }
+    for (char const* name : {"", "a]", "a\nb", " a", "a "}) {
+        EXPECT_EQ(ini.Node(name), nullptr) << name;
+    }
+    EXPECT_THAT(ini.Keys(), ElementsAre());
+}
+
+TEST_F(INIFileTest, SectionsAreSeparateAndTheLastDuplicateCounts) {
+    INIFile ini(Write("k=own\n[B]\nk=b\n[A]\nk=1\nj=2\nk=3\n[B]\nz=1\nk=again\n"));
+    EXPECT_THAT(ini.Nodes(), ElementsAre("B", "A"));
+    EXPECT_EQ(ini.Get("k", ""), "own");
+    EXPECT_EQ(ini.Node("A")->Get("k", 0), 3);
+    EXPECT_THAT(ini.Node("A")->Keys(), ElementsAre("j", "k"));
+    EXPECT_EQ(ini.Node("B")->Get("k", ""), "again");
+    EXPECT_FALSE(ini.Has("K"));
+    EXPECT_EQ(ini.Node("A")->Node("B"), ini.Node("B"));
+    EXPECT_TRUE(ini.Node("A")->BelongsTo(ini));
+    EXPECT_FALSE(ini.BelongsTo(*ini.Node("A")));
+    EXPECT_FALSE(INIFile().BelongsTo(ini));
+}
+
+template <class T>
+void ExpectLookup(std::string const& text, T expected) {
+    INIFile ini;
+    ini.Set("k", text);
+    EXPECT_EQ(ini.Get("k", T()), expected) << text;
+}
+template <class T>
+void ExpectNo(std::string const& text) {
+    INIFile ini;
+    ini.Set("k", text);
+    T value{};
+    EXPECT_THROW(ini.Lookup("k", value), boost::bad_lexical_cast) << text;
+}
+
+TEST_F(INIFileTest, TypedLookupsTakeTheWholeTextOrThrow) {
+    ExpectLookup("true", true);
+    ExpectLookup("FaLsE", false);
+    ExpectLookup("+12", 12);
+    ExpectLookup("-3", -3);
+    ExpectLookup("4294967295", 4294967295U);
+    ExpectLookup("1e-3", 1e-3);
+    ExpectLookup("0.1", 0.1F);
+    for (char const* text : {"", "1", "yes", "TRUE ", "TRUEE"}) {
+        ExpectNo<bool>(text);
+    }
+    for (char const* text : {"", "1.0", "1x", " 1", "++1", "+-1", "99999999999", "0x10"}) {
+        ExpectNo<int>(text);
+    }
+    ExpectNo<unsigned>("-1");
+    ExpectNo<double>("1,5");
+    ExpectNo<float>("1e99");
+}
+
+TEST_F(INIFileTest, MissingKeyIsReportedWithItsFile) {
+    INIFile ini(Write(""));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(ini.Get("SIZE", 32), 32);
+    ini.Node("LOGO")->ReportMissing("NAME");
+    EXPECT_EQ(
+        testing::internal::GetCapturedStdout(),
+        "[WW] INIFile: `SIZE' not found in " + Path() + "\n[WW] INIFile: `NAME' not found in " +
+            Path() + ", section LOGO\n");
+}
+
+TEST_F(INIFileTest, LoadingAgainKeepsSectionsValid) {
+    INIFile ini(Write("[A]\nk=1\n"));
+    INIFile* const section = ini.Node("A");
+    Write("[B]\nx=1\n");
+    ini.Load(Path());
+    EXPECT_FALSE(section->Has("k"));
+    section->Set("k", "2");
+    ini.Save();
+    EXPECT_EQ(Read(), "[B]\nx=1\n\n[A]\nk = 2\n");
+}
+
+std::string MessageOf(std::function<void()> const& action) {
+    try {
+        action();
+    } catch (std::runtime_error const& error) {
+        return error.what();
+    }
+    return "nothing thrown";
+}
+
+TEST_F(INIFileTest, FailuresNameTheFileAndTheReasonAndLoseNothing) {
+    INIFile ini(Write("k=1\n"));
+    std::string const missing = Path("no/such.ini");
+    EXPECT_EQ(
+        MessageOf([&] { INIFile{missing}; }),
+        "Cannot read `" + missing + "': No such file or directory");
+    EXPECT_THAT(MessageOf([&] { ini.Load(Path("")); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(MessageOf([&] { ini.SaveAs(missing); }), HasSubstr("No such file"));
+    EXPECT_THAT(MessageOf([&] { ini.SaveAs("/dev/null"); }), HasSubstr("/dev/null"));
+    EXPECT_THAT(MessageOf([] { INIFile().Save(); }), HasSubstr("Cannot write `'"));
+    EXPECT_EQ(ini.FileName(), Path());
+    EXPECT_EQ(ini.Get("k", 0), 1);
+}
+
+TEST_F(INIFileTest, SaveKeepsLinksAndPermissionsAndLeavesNoOtherFile) {
+    INIFile ini(Write("k=1\n"));
+    fs::permissions(Path(), fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("test.ini", Path("link.ini"));
+    ini.Set("k", "2");
+    ini.SaveAs(Path("link.ini"));
+    EXPECT_TRUE(fs::is_symlink(Path("link.ini")));
+    EXPECT_EQ(Read(), "k=2\n");
+    EXPECT_EQ(fs::status(Path()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(std::distance(fs::directory_iterator(Path("")), {}), 2);
+}
+
+} // namespace
