@@ -1,0 +1,241 @@
+#include "ui/win/CWindowCoreManager.h"
+
+#include "kiv/Diagnostics.h"
+#include "kiv/ini/INIFile.h"
+
+#include <algorithm>
+
+#include <boost/current_function.hpp>
+
+namespace ui::win {
+
+namespace {
+
+constexpr char defaultOutputFileFormat[] = "%s-%06ld.ppm";
+
+boost::posix_time::ptime Now() { return boost::posix_time::microsec_clock::universal_time(); }
+
+} // namespace
+
+kiv::ini::INIFile* CWindowCoreManager::m_ini = nullptr;
+boost::mutex CWindowCoreManager::m_iniLock;
+std::string CWindowCoreManager::g_outputPath;
+std::string CWindowCoreManager::g_resourcePath;
+
+CWindowCoreManager::CWindowCoreManager(CreationParams const& params) {
+    m_flags = params.flags;
+    m_title = params.title;
+    m_x = params.x;
+    m_y = params.y;
+    m_width = m_requestedWidth = params.width;
+    m_height = m_requestedHeight = params.height;
+    m_outputFileFormat = defaultOutputFileFormat;
+    if (m_ini != nullptr) {
+        boost::lock_guard<boost::mutex> const lock(m_iniLock);
+        m_ini->Lookup("WIN OUTPUT FILE FORMAT", m_outputFileFormat);
+    }
+    // Qualified: a driver's own view set-up cannot run before the driver is constructed.
+    CWindowCore::SetViewPort(ViewPortCamera, nullptr, params.camera);
+    m_preTime = m_lastPostTime = Now();
+    PopulatePlugin();
+    EnablePlugin("StatusBar", true);
+}
+
+CWindowCoreManager::~CWindowCoreManager() = default;
+
+bool CWindowCoreManager::SetTitle(std::string const& title) {
+    m_title = title;
+    return true;
+}
+
+bool CWindowCoreManager::SetPosition(int x, int y) {
+    m_x = x;
+    m_y = y;
+    return true;
+}
+
+bool CWindowCoreManager::SetSize(int width, int height) {
+    m_width = m_requestedWidth = static_cast<std::uint32_t>(width);
+    m_height = m_requestedHeight = static_cast<std::uint32_t>(height);
+    return true;
+}
+
+bool CWindowCoreManager::SetBackgroundColor(Colour) { return false; }
+
+bool CWindowCoreManager::SetCustomStatusBar(std::string const& text) {
+    m_customStatus = text;
+    return true;
+}
+
+bool CWindowCoreManager::SetWindowShape(unsigned char const*, unsigned, unsigned) { return false; }
+
+namespace {
+
+void SetBit(std::uint32_t& flags, std::uint32_t bit, bool set) {
+    flags = set ? flags | bit : flags & ~bit;
+}
+
+} // namespace
+
+bool CWindowCoreManager::SetFullScreenMode(bool fullScreen) {
+    SetBit(m_flags, StateFullScreen, fullScreen);
+    return true;
+}
+
+bool CWindowCoreManager::SetVisibility(bool visible) {
+    SetBit(m_flags, StateVisible, visible);
+    return true;
+}
+
+bool CWindowCoreManager::SetDecoration(bool decorated) {
+    SetBit(m_flags, StateUndecorated, !decorated);
+    return true;
+}
+
+bool CWindowCoreManager::GetScreenGeometry(ScreenGeometry* geometry) {
+    *geometry = ScreenGeometry();
+    return false;
+}
+
+void CWindowCoreManager::EnableKeyboardHandle(bool enable) {
+    SetBit(m_flags, StateKeyboard, enable);
+}
+
+bool CWindowCoreManager::Refresh(bool) { return false; }
+
+bool CWindowCoreManager::PushCommand(SPCommand const& command) {
+    SPCommand const kept = command; // the command may drop what the caller passed
+    kept->Execute(this);
+    kept->Complete();
+    return true;
+}
+
+void CWindowCoreManager::Quit() {}
+bool CWindowCoreManager::GetPixel(Colour*, int, int) { return false; }
+bool CWindowCoreManager::OnEvent(Event& event) { return InteractOrPush(event); }
+
+void CWindowCoreManager::Draw() {
+    ++m_drawCount;
+    m_drawQueueLength = static_cast<std::uint32_t>(m_drawerList.Draw(this));
+}
+
+void CWindowCoreManager::DrawPlugins() {
+    for (Plugin const& plugin : m_plugins) {
+        if (plugin.enabled) {
+            plugin.widget->Draw(this);
+        }
+    }
+}
+
+void CWindowCoreManager::Replace(CDrawerList const& layers) {
+    ++m_replaceCount;
+    // The image that it belongs to may go with the old layers.
+    setLastDrawnImageMetadata(nullptr);
+    m_drawerList = layers;
+}
+
+void CWindowCoreManager::OnPre() { m_preTime = Now(); }
+
+void CWindowCoreManager::OnPost() {
+    boost::posix_time::ptime const now = Now();
+    m_drawTime =
+        static_cast<float>(static_cast<double>((now - m_preTime).total_microseconds()) / 1000000);
+    double const dt =
+        static_cast<double>((now - m_lastPostTime).total_microseconds()) / 1000000;
+    m_lastPostTime = now;
+    if (m_frameInterval == 0.0F) {
+        m_frameInterval = static_cast<float>(dt);
+    } else {
+        // The mixed precision is kept: recorded frame rates compare bit by bit.
+        float const kept = m_frameInterval * 0.9F;
+        m_frameInterval = static_cast<float>(kept + dt * static_cast<double>(0.1F));
+    }
+}
+
+boost::shared_ptr<CImageRGB> CWindowCoreManager::GrabFrame() {
+    auto const image = boost::make_shared<CImageRGB>(m_width, m_height);
+    return GetImage(*image) ? image : boost::shared_ptr<CImageRGB>();
+}
+
+void CWindowCoreManager::NotifyBufferReady(bool ready) {
+    bool const dump = (m_flags & StateDumpFrames) != 0;
+    if (!ready || (!dump && m_expose.empty())) {
+        return;
+    }
+    boost::shared_ptr<CImageRGB> const image = GrabFrame();
+    if (!image) {
+        return;
+    }
+    m_expose(*image);
+    if (dump) {
+        SaveImageOnDisk(*image, "");
+    }
+}
+
+bool CWindowCoreManager::DumpImage(std::string const& name) {
+    if (boost::shared_ptr<CImageRGB> const image = GrabFrame()) {
+        SaveImageOnDisk(*image, name);
+    }
+    return true;
+}
+
+bool CWindowCoreManager::ApplyStatus(
+    int x,
+    int y,
+    unsigned width,
+    unsigned height,
+    bool fullScreen) {
+    SetFullScreenMode(fullScreen);
+    if (!fullScreen) {
+        SetPosition(x, y);
+        SetSize(static_cast<int>(width), static_cast<int>(height));
+    }
+    return true;
+}
+
+boost::signals2::connection CWindowCoreManager::RegisterExposeCallback(ExposeSlot const& slot) {
+    return m_expose.connect(slot);
+}
+
+void CWindowCoreManager::RegisterOnDestroyCallback(
+    boost::function<void(CWindowCoreManager*)> const& callback) {
+    m_onDestroy = callback;
+}
+
+timeval GetCurrentTime() {
+    timeval now{};
+    if (gettimeofday(&now, nullptr) != 0) {
+        kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, "gettimeofday failed");
+    }
+    return now;
+}
+
+timeval GetDeltaTimeVal(timeval const& a, timeval const& b) {
+    timeval delta{a.tv_sec - b.tv_sec, a.tv_usec - b.tv_usec};
+    if (delta.tv_usec < 0) {
+        --delta.tv_sec;
+        delta.tv_usec += 1000000;
+    }
+    return delta;
+}
+
+bool GetNextTimeOut(
+    timeval& timeout,
+    std::vector<CWindowCore::windowtimer> const& timers,
+    timeval const& now,
+    bool bounded) {
+    auto const less = [](timeval const& a, timeval const& b) {
+        return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_usec < b.tv_usec;
+    };
+    bool known = bounded;
+    for (CWindowCore::windowtimer const& timer : timers) {
+        timeval const left = less(now, timer.due) ? GetDeltaTimeVal(timer.due, now) : timeval{};
+        if (!known || less(left, timeout)) {
+            timeout = left;
+            known = true;
+        }
+    }
+    return known;
+}
+
+} // namespace ui::win

@@ -1,0 +1,127 @@
+#include "ui/win/CWindowCoreManager.h"
+
+#include "kiv/Diagnostics.h"
+
+#include <string>
+#include <utility>
+
+#include <boost/current_function.hpp>
+
+namespace ui::win {
+
+bool CWindowCoreManager::PushEvent(Event const& event) {
+    if ((event.type & m_eventMask.load(std::memory_order_relaxed)) == 0) {
+        return false;
+    }
+    {
+        boost::lock_guard<boost::mutex> const lock(m_eventLock);
+        kiv::Diagnose(
+            "[II]",
+            BOOST_CURRENT_FUNCTION,
+            "Event " + std::to_string(event.type) + " added to queue");
+        m_events.push_back(event);
+    }
+    m_eventSignal.notify_all();
+    return true;
+}
+
+bool CWindowCoreManager::InteractOrPush(Event& event) {
+    return Interact(event) || PushEvent(event);
+}
+
+bool CWindowCoreManager::Interact(Event& event) {
+    if (InteractWithPlugins(event)) {
+        return true;
+    }
+    if (event.type == EventKey && m_capture != nullptr && m_capture->Interact(this, event)) {
+        return true;
+    }
+    return InteractWithChild(event);
+}
+
+bool CWindowCoreManager::InteractWithPlugins(Event const& event) {
+    // By index: a plugin may insert or release plugins while it handles the event.
+    for (std::size_t i = m_plugins.size(); i-- > 0;) {
+        if (i >= m_plugins.size() || !m_plugins[i].enabled) {
+            continue;
+        }
+        SPDrawingObject const widget = m_plugins[i].widget;
+        if (!widget->Interact(this, event)) {
+            continue;
+        }
+        // The one that consumed the latest event is asked first next time.
+        if (i < m_plugins.size() && m_plugins[i].widget == widget && i + 1 != m_plugins.size()) {
+            std::swap(m_plugins[i], m_plugins.back());
+        }
+        return true;
+    }
+    return false;
+}
+
+bool CWindowCoreManager::InteractWithChild(Event& event) {
+    return m_drawerList.Interact(this, event);
+}
+
+bool CWindowCoreManager::PushObjectEvent(unsigned id) {
+    Event event;
+    event.type = EventObject;
+    event.key = id;
+    event.enabled = 0;
+    return PushEvent(event);
+}
+
+void CWindowCoreManager::GetEvents(std::deque<Event>& events) {
+    events.insert(events.end(), m_events.begin(), m_events.end());
+    m_events.clear();
+}
+
+bool CWindowCoreManager::WaitForEvent(std::deque<Event>& events) {
+    boost::unique_lock<boost::mutex> lock(m_eventLock);
+    while (m_events.empty()) {
+        if (m_eventsClosed) {
+            return false;
+        }
+        m_eventSignal.wait(lock);
+    }
+    GetEvents(events);
+    return true;
+}
+
+bool CWindowCoreManager::FlushEvent(std::deque<Event>&) {
+    // Reads and clears nothing: who flushes collects the queue with GetEvents under the lock.
+    boost::lock_guard<boost::mutex> const lock(m_eventLock);
+    return true;
+}
+
+void CWindowCoreManager::SetEventMask(unsigned mask) {
+    boost::lock_guard<boost::mutex> const lock(m_eventLock);
+    m_eventMask.store(mask, std::memory_order_relaxed);
+}
+
+void CWindowCoreManager::CloseEventQueue() {
+    {
+        boost::lock_guard<boost::mutex> const lock(m_eventLock);
+        m_eventsClosed = true;
+    }
+    m_eventSignal.notify_all();
+}
+
+void CWindowCoreManager::CaptureEvent(CWidget* widget) {
+    if (widget == m_capture) {
+        return;
+    }
+    ReleaseCapture();
+    m_capture = widget;
+}
+
+void CWindowCoreManager::ReleaseCapture() {
+    if (m_capture != nullptr) {
+        Event event;
+        event.type = EventCaptureLost;
+        event.enabled = 0;
+        m_capture->Interact(this, event);
+    }
+    m_capture = nullptr;
+}
+
+} // namespace ui::win
