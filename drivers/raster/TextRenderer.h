@@ -146,11 +146,14 @@ private:
     struct Engine;
 
     Engine& Start();
+    template <class Result, class Work>
+    Result Guarded(Result failed, Work const& work);
 
     std::shared_ptr<FontCatalogue> m_fonts; ///< null: the system's, looked up by Start()
     std::size_t m_glyphBytes;
     std::size_t m_lineBytes;
     std::unique_ptr<Engine> m_engine;
+    std::string m_warning; ///< not yet taken
 };
 
 } // namespace drivers::raster
