@@ -6,9 +6,9 @@
 #include "kiv/ini/INIFile.h"
 #include "ui/win/CWidget.h"
 
-#include <string>
-
 #include <boost/function.hpp>
+
+#include <string>
 
 namespace ui::win {
 

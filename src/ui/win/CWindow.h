@@ -14,15 +14,15 @@
 #include "ui/win/ScreenGeometry.h"
 #include "ui/win/image/XImgProc.h"
 
+#include <boost/function.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/shared_ptr.hpp>
+
 #include <cstddef>
 #include <deque>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <boost/function.hpp>
-#include <boost/make_shared.hpp>
-#include <boost/shared_ptr.hpp>
 
 namespace ui::win {
 
@@ -53,12 +53,7 @@ public:
     /// @param x,y          screen position in pixels @param width,height client size in pixels
     /// @param windowState  WindowState bits
     CWindow(
-        std::string const& title,
-        int x,
-        int y,
-        unsigned width,
-        unsigned height,
-        int windowState);
+        std::string const& title, int x, int y, unsigned width, unsigned height, int windowState);
     /// The driver chooses the position.
     CWindow(std::string const& title, unsigned width, unsigned height, int windowState);
     explicit CWindow(CreationParams const& params);
@@ -198,12 +193,7 @@ public:
 
     /// Not implemented: says so and returns false.
     bool SetRegionAction(
-        double x0,
-        double y0,
-        double x1,
-        double y1,
-        CWindowEvents_ID kind,
-        unsigned action);
+        double x0, double y0, double x1, double y1, CWindowEvents_ID kind, unsigned action);
     /// Calls back, on the backend's thread, for every event of the kind inside the world rectangle.
     bool SetRegionCallback(
         double x0,
@@ -231,13 +221,7 @@ public:
     bool DrawCircle(double cx, double cy, double r, bool filled);
     /// Angles in radians from the x axis towards the y axis.
     bool DrawSlicedEllipse(
-        double x0,
-        double y0,
-        double x1,
-        double y1,
-        double start,
-        double end,
-        bool filled);
+        double x0, double y0, double x1, double y1, double start, double end, bool filled);
     bool DrawSlicedCircle(double cx, double cy, double r, double start, double end, bool filled);
     bool DrawPolygon(math::Point2<float> const* points, unsigned count, bool closed);
     bool DrawPolygon(math::Point3<float> const* points, unsigned count, bool closed);
@@ -261,7 +245,8 @@ public:
     bool DrawText(double x, double y, std::string const& text);
     bool DrawText(double x, double y, double z, std::string const& text);
     /// As printf; texts of any length.
-    bool DrawTextf(double x, double y, char const* format, ...) __attribute__((format(printf, 4, 5)));
+    bool DrawTextf(double x, double y, char const* format, ...)
+        __attribute__((format(printf, 4, 5)));
     bool DrawShadowText(double x, double y, std::string const& text);
     /// @}
 
@@ -308,13 +293,7 @@ public:
     bool DrawImage(double x, double y, P const* pixels, unsigned width, unsigned height);
     template <class P>
     bool DrawImage(
-        double x,
-        double y,
-        double w,
-        double h,
-        P const* pixels,
-        unsigned width,
-        unsigned height);
+        double x, double y, double w, double h, P const* pixels, unsigned width, unsigned height);
     /// The part of the image inside the clip rectangle (image pixels, half-open), itself cut to the
     /// image. Nothing is drawn when nothing is left. P = unsigned char, TRGB<unsigned char>.
     template <class P>
@@ -344,11 +323,8 @@ public:
     bool DrawImage(math::Point3<T> const* corners, SPImage const& image);
     /// P = unsigned char, TRGB<unsigned char>.
     template <class P, class T>
-    bool DrawImage(
-        math::Point3<T> const* corners,
-        P const* pixels,
-        unsigned width,
-        unsigned height);
+    bool
+    DrawImage(math::Point3<T> const* corners, P const* pixels, unsigned width, unsigned height);
     /// @param stride bytes from row to row
     template <class P, class T>
     bool DrawImage(
@@ -366,13 +342,8 @@ public:
     bool DrawImageFile(std::string const& path, float x, float y, float w, float h);
     /// I = TImage<TRGB<unsigned char>>, X = XColorKey.
     template <class I, class X>
-    bool DrawXImageFile(
-        std::string const& path,
-        float x,
-        float y,
-        float w,
-        float h,
-        X const& option);
+    bool
+    DrawXImageFile(std::string const& path, float x, float y, float w, float h, X const& option);
     /// Draws what the option makes of the image (XImgProc.h tells the combinations).
     template <class I, class X>
     bool DrawXImage(double x, double y, double w, double h, I const& image, X const& option);

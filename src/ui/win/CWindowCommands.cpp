@@ -22,10 +22,7 @@ void CWndCommand_SetWindowShape::Alloc(unsigned width, unsigned height) {
 
 template <class P>
 void CWndCommand_SetWindowShape::ImportMask(
-    P const* pixels,
-    unsigned width,
-    unsigned height,
-    cimage::TRGBA<unsigned char> const& key) {
+    P const* pixels, unsigned width, unsigned height, cimage::TRGBA<unsigned char> const& key) {
     Alloc(width, height);
     if constexpr (std::is_same_v<P, cimage::TRGB<unsigned char>>) {
         unsigned const rowBytes = m_stride / 8;
@@ -46,20 +43,11 @@ void CWndCommand_SetWindowShape::ImportMask(
 }
 
 template void CWndCommand_SetWindowShape::ImportMask<cimage::TRGB<unsigned char>>(
-    cimage::TRGB<unsigned char> const*,
-    unsigned,
-    unsigned,
-    cimage::TRGBA<unsigned char> const&);
+    cimage::TRGB<unsigned char> const*, unsigned, unsigned, cimage::TRGBA<unsigned char> const&);
 template void CWndCommand_SetWindowShape::ImportMask<cimage::TRGBA<unsigned char>>(
-    cimage::TRGBA<unsigned char> const*,
-    unsigned,
-    unsigned,
-    cimage::TRGBA<unsigned char> const&);
+    cimage::TRGBA<unsigned char> const*, unsigned, unsigned, cimage::TRGBA<unsigned char> const&);
 template void CWndCommand_SetWindowShape::ImportMask<unsigned char>(
-    unsigned char const*,
-    unsigned,
-    unsigned,
-    cimage::TRGBA<unsigned char> const&);
+    unsigned char const*, unsigned, unsigned, cimage::TRGBA<unsigned char> const&);
 
 void CWndCommand_SetWindowShape::Execute(CWindowCoreManager* manager) {
     manager->SetWindowShape(m_mask.get(), m_stride, m_height);
@@ -78,7 +66,9 @@ void CWndQuery::Close() {
     m_open = false;
 }
 
-void CWndCommand_GetTitle::Answer(CWindowCoreManager* manager) { title = manager->Title(); }
+void CWndCommand_GetTitle::Answer(CWindowCoreManager* manager) {
+    title = manager->Title();
+}
 
 void CWndCommand_GetPosition::Answer(CWindowCoreManager* manager) {
     x = manager->X();

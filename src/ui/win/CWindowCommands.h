@@ -7,14 +7,15 @@
 #include "ui/win/CWindowCoreManager.h"
 #include "ui/win/ScreenGeometry.h"
 
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
 #include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
-
-#include <boost/shared_ptr.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
 namespace ui::win {
 
@@ -43,11 +44,25 @@ using CWndCommand_SetBackgroundColor =
     CWndOperation<&CWindowCoreManager::SetBackgroundColor, cimage::TRGBA<unsigned char>>;
 using CWndCommand_SetCustomStatusBar =
     CWndOperation<&CWindowCoreManager::SetCustomStatusBar, std::string>;
+using CWndCommand_EnableKeyboardHandle =
+    CWndOperation<&CWindowCoreManager::EnableKeyboardHandle, bool>;
 using CWndCommand_SetEventMask = CWndOperation<&CWindowCoreManager::SetEventMask, unsigned>;
 /// Carries its own copy of a window's layers and hands it over.
 using CWndCommand_Refresh = CWndOperation<&CWindowCoreManager::Replace, CDrawerList>;
 using CWndCommand_Dump = CWndOperation<&CWindowCoreManager::DumpImage, std::string>;
 using CWndCommand_Quit = CWndOperation<&CWindowCoreManager::Quit>;
+
+/// Calls a function with the manager, on the manager's thread. An exception is the driver's to
+/// report.
+class CWndCommand_Call : public CWindowCommand {
+public:
+    explicit CWndCommand_Call(boost::function<void(CWindowCoreManager*)> function)
+        : m_function(std::move(function)) {}
+    void Execute(CWindowCoreManager* manager) override { m_function(manager); }
+
+private:
+    boost::function<void(CWindowCoreManager*)> const m_function;
+};
 
 /// Delivers an event as if the window system had reported it.
 class CWndCommand_InjectEvent : public CWindowCommand {
@@ -70,10 +85,7 @@ public:
     /// unsigned char the mask is allocated only, and a message says so.
     template <class P>
     void ImportMask(
-        P const* pixels,
-        unsigned width,
-        unsigned height,
-        cimage::TRGBA<unsigned char> const& key);
+        P const* pixels, unsigned width, unsigned height, cimage::TRGBA<unsigned char> const& key);
     void Execute(CWindowCoreManager* manager) override;
 
     unsigned char const* Mask() const { return m_mask.get(); }

@@ -30,8 +30,8 @@ T ToScreen(double value) {
 template <>
 int ToScreen<int>(double value) {
     double const pixel = std::floor(value);
-    bool const representable = pixel >= std::numeric_limits<int>::min() &&
-                               pixel <= std::numeric_limits<int>::max();
+    bool const representable =
+        pixel >= std::numeric_limits<int>::min() && pixel <= std::numeric_limits<int>::max();
     return representable ? static_cast<int>(pixel) : std::numeric_limits<int>::min();
 }
 
@@ -41,9 +41,7 @@ CWindowCore::CWindowCore() : m_fontName("Liberation Sans") {}
 CWindowCore::~CWindowCore() = default;
 
 void CWindowCore::SetViewPort(
-    ViewPortMode mode,
-    CWindowViewPort* viewPort,
-    boost::shared_ptr<CCamera> camera) {
+    ViewPortMode mode, CWindowViewPort* viewPort, boost::shared_ptr<CCamera> camera) {
     if (mode != ViewPortKeep) {
         m_viewPortMode = mode;
     }
@@ -55,7 +53,9 @@ void CWindowCore::SetViewPort(
     }
 }
 
-bool CWindowCore::BindImage(SPImage const&) { return false; }
+bool CWindowCore::BindImage(SPImage const&) {
+    return false;
+}
 
 bool CWindowCore::DrawImage(math::Point3<float> const* corners, SPImage const& image) {
     BindImage(image);
@@ -69,43 +69,89 @@ bool CWindowCore::DrawImage(math::Point3<float> const* corners, SPImage const& i
 }
 
 bool CWindowCore::DrawImage(
-    math::Point2<float> const& p0,
-    math::Point2<float> const& p1,
-    SPImage const& image) {
+    math::Point2<float> const& p0, math::Point2<float> const& p1, SPImage const& image) {
     math::Point3<float> const corners[4] = {
         {p1.x, p0.y, 0}, {p0.x, p0.y, 0}, {p0.x, p1.y, 0}, {p1.x, p1.y, 0}};
     // Qualified: a backend that overrides the form with four corners does not take over this one.
     return CWindowCore::DrawImage(corners, image);
 }
 
-bool CWindowCore::DrawLine(double, double, double, double) { return false; }
-bool CWindowCore::DrawBox(double, double, double, double, bool) { return false; }
+bool CWindowCore::DrawLine(double, double, double, double) {
+    return false;
+}
+bool CWindowCore::DrawBox(double, double, double, double, bool) {
+    return false;
+}
 bool CWindowCore::DrawEllipse(double, double, double, double, double, double, bool) {
     return false;
 }
-bool CWindowCore::DrawPixels(math::Point2<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawPixels(math::Point3<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawPixels(C4UB_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawPixels(T2F_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawPolyLine(math::Point2<float> const*, unsigned, bool) { return false; }
-bool CWindowCore::DrawPolyLine(math::Point3<float> const*, unsigned, bool) { return false; }
-bool CWindowCore::DrawLineStream(math::Point2<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawLineStream(math::Point3<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawLineStream(C4UB_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawTriangles(math::Point2<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawTriangles(math::Point3<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawTriangles(C4UB_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawTriangles(T2F_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawTrianglesV3FN3F(math::Point3<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawQuads(math::Point2<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawQuads(math::Point3<float> const*, unsigned) { return false; }
-bool CWindowCore::DrawQuads(C4UB_V3F_t const*, unsigned) { return false; }
-bool CWindowCore::DrawQuads(T2F_V3F_t const*, unsigned) { return false; }
+bool CWindowCore::DrawPixels(math::Point2<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawPixels(math::Point3<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawPixels(C4UB_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawPixels(T2F_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawPolyLine(math::Point2<float> const*, unsigned, bool) {
+    return false;
+}
+bool CWindowCore::DrawPolyLine(math::Point3<float> const*, unsigned, bool) {
+    return false;
+}
+bool CWindowCore::DrawLineStream(math::Point2<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawLineStream(math::Point3<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawLineStream(C4UB_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawTriangles(math::Point2<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawTriangles(math::Point3<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawTriangles(C4UB_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawTriangles(T2F_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawTrianglesV3FN3F(math::Point3<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawQuads(math::Point2<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawQuads(math::Point3<float> const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawQuads(C4UB_V3F_t const*, unsigned) {
+    return false;
+}
+bool CWindowCore::DrawQuads(T2F_V3F_t const*, unsigned) {
+    return false;
+}
 
-void CWindowCore::SetFontName(char const* name) { m_fontName = name; }
-bool CWindowCore::SetFontSizeEx(double, double, bool) { return true; }
-bool CWindowCore::DrawText(math::Point3<double> const&, char const*) { return false; }
-bool CWindowCore::GetTextSize(math::Rect2<double>&, char const*) { return false; }
+void CWindowCore::SetFontName(char const* name) {
+    m_fontName = name;
+}
+bool CWindowCore::SetFontSizeEx(double, double, bool) {
+    return true;
+}
+bool CWindowCore::DrawText(math::Point3<double> const&, char const*) {
+    return false;
+}
+bool CWindowCore::GetTextSize(math::Rect2<double>&, char const*) {
+    return false;
+}
 
 bool CWindowCore::EllipseText(
     math::Point3<double> const&,
@@ -117,11 +163,15 @@ bool CWindowCore::EllipseText(
     return false;
 }
 
-bool CWindowCore::SetColor(Colour) { return false; }
+bool CWindowCore::SetColor(Colour) {
+    return false;
+}
 bool CWindowCore::SetColorEx(Colour ambientDiffuse, Colour, Colour, float) {
     return SetColor(ambientDiffuse);
 }
-bool CWindowCore::GetColor(Colour*) { return false; }
+bool CWindowCore::GetColor(Colour*) {
+    return false;
+}
 
 bool CWindowCore::EnableZBuffer(double zNear, double zFar) {
     m_depthNear = zNear;
@@ -135,7 +185,9 @@ bool CWindowCore::DisableZBuffer() {
     return true;
 }
 
-bool CWindowCore::GetHighlightColor(Colour*) { return false; }
+bool CWindowCore::GetHighlightColor(Colour*) {
+    return false;
+}
 
 bool CWindowCore::SetTranslation(double dx, double dy, bool relative) {
     math::Point2<double> const shift(dx, dy);
@@ -149,19 +201,25 @@ bool CWindowCore::SetBlend(_BlendType_t type) {
 }
 
 bool CWindowCore::EnableLight(
-    int,
-    math::Point3<float> const&,
-    Colour const&,
-    Colour const&,
-    Colour const&) {
+    int, math::Point3<float> const&, Colour const&, Colour const&, Colour const&) {
     return false;
 }
-bool CWindowCore::DisableLight(int) { return false; }
-bool CWindowCore::SetLineSmooth(bool) { return false; }
-bool CWindowCore::SetLineWidth(float) { return false; }
-bool CWindowCore::SetPointSize(float) { return false; }
+bool CWindowCore::DisableLight(int) {
+    return false;
+}
+bool CWindowCore::SetLineSmooth(bool) {
+    return false;
+}
+bool CWindowCore::SetLineWidth(float) {
+    return false;
+}
+bool CWindowCore::SetPointSize(float) {
+    return false;
+}
 void CWindowCore::RunExtension(char const*) {}
-bool CWindowCore::GetImage(cimage::CImage&) { return false; }
+bool CWindowCore::GetImage(cimage::CImage&) {
+    return false;
+}
 
 boost::property_tree::ptree const* CWindowCore::getLastDrawnImageMetadata() {
     return m_lastImageMetadata;

@@ -10,15 +10,15 @@
 #include "ui/win/DrawingTypes.h"
 #include "ui/win/WindowState.h"
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/property_tree/ptree_fwd.hpp>
 #include <boost/shared_ptr.hpp>
 
 #include <sys/time.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace ui::win {
 
@@ -62,23 +62,15 @@ public:
     /// top left, bottom left, bottom right of the image. @return true, drawn or not
     virtual bool DrawImage(math::Point3<float> const* corners, SPImage const& image);
     /// Binds the image and stretches it over p0 (its top left) to p1. @return true, drawn or not
-    virtual bool DrawImage(
-        math::Point2<float> const& p0,
-        math::Point2<float> const& p1,
-        SPImage const& image);
+    virtual bool
+    DrawImage(math::Point2<float> const& p0, math::Point2<float> const& p1, SPImage const& image);
 
     virtual bool DrawLine(double x0, double y0, double x1, double y1);
     virtual bool DrawBox(double x0, double y0, double x1, double y1, bool filled);
     /// The part from angle `start` to `end` of the ellipse in the bounding box; an angle a lies at
     /// centre + (rx cos a, ry sin a). Filled slices are pies.
-    virtual bool DrawEllipse(
-        double x0,
-        double y0,
-        double x1,
-        double y1,
-        double start,
-        double end,
-        bool filled);
+    virtual bool
+    DrawEllipse(double x0, double y0, double x1, double y1, double start, double end, bool filled);
 
     virtual bool DrawPixels(math::Point2<float> const* points, unsigned count);
     virtual bool DrawPixels(math::Point3<float> const* points, unsigned count);
@@ -127,7 +119,8 @@ public:
 
     virtual bool SetColor(Colour colour);
     /// Material of lit surfaces; the base passes the first colour to SetColor.
-    virtual bool SetColorEx(Colour ambientDiffuse, Colour specular, Colour emission, float shininess);
+    virtual bool
+    SetColorEx(Colour ambientDiffuse, Colour specular, Colour emission, float shininess);
     /// Copies the drawing colour out.
     virtual bool GetColor(Colour* colour);
 
@@ -262,7 +255,8 @@ private:
     std::vector<windowtimer> m_timers;
 };
 
-extern template math::Point2<double> CWindowCore::WindowToScreen<double>(math::Point3<float> const&);
+extern template math::Point2<double>
+CWindowCore::WindowToScreen<double>(math::Point3<float> const&);
 extern template math::Point2<float> CWindowCore::WindowToScreen<float>(math::Point3<float> const&);
 extern template math::Point2<int> CWindowCore::WindowToScreen<int>(math::Point3<float> const&);
 

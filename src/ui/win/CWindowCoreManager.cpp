@@ -3,9 +3,9 @@
 #include "kiv/Diagnostics.h"
 #include "kiv/ini/INIFile.h"
 
-#include <algorithm>
-
 #include <boost/current_function.hpp>
+
+#include <algorithm>
 
 namespace ui::win {
 
@@ -13,7 +13,9 @@ namespace {
 
 constexpr char defaultOutputFileFormat[] = "%s-%06ld.ppm";
 
-boost::posix_time::ptime Now() { return boost::posix_time::microsec_clock::universal_time(); }
+boost::posix_time::ptime Now() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
 
 } // namespace
 
@@ -60,14 +62,18 @@ bool CWindowCoreManager::SetSize(int width, int height) {
     return true;
 }
 
-bool CWindowCoreManager::SetBackgroundColor(Colour) { return false; }
+bool CWindowCoreManager::SetBackgroundColor(Colour) {
+    return false;
+}
 
 bool CWindowCoreManager::SetCustomStatusBar(std::string const& text) {
     m_customStatus = text;
     return true;
 }
 
-bool CWindowCoreManager::SetWindowShape(unsigned char const*, unsigned, unsigned) { return false; }
+bool CWindowCoreManager::SetWindowShape(unsigned char const*, unsigned, unsigned) {
+    return false;
+}
 
 namespace {
 
@@ -101,7 +107,9 @@ void CWindowCoreManager::EnableKeyboardHandle(bool enable) {
     SetBit(m_flags, StateKeyboard, enable);
 }
 
-bool CWindowCoreManager::Refresh(bool) { return false; }
+bool CWindowCoreManager::Refresh(bool) {
+    return false;
+}
 
 bool CWindowCoreManager::PushCommand(SPCommand const& command) {
     SPCommand const kept = command; // the command may drop what the caller passed
@@ -111,8 +119,12 @@ bool CWindowCoreManager::PushCommand(SPCommand const& command) {
 }
 
 void CWindowCoreManager::Quit() {}
-bool CWindowCoreManager::GetPixel(Colour*, int, int) { return false; }
-bool CWindowCoreManager::OnEvent(Event& event) { return InteractOrPush(event); }
+bool CWindowCoreManager::GetPixel(Colour*, int, int) {
+    return false;
+}
+bool CWindowCoreManager::OnEvent(Event& event) {
+    return InteractOrPush(event);
+}
 
 void CWindowCoreManager::Draw() {
     ++m_drawCount;
@@ -134,14 +146,15 @@ void CWindowCoreManager::Replace(CDrawerList const& layers) {
     m_drawerList = layers;
 }
 
-void CWindowCoreManager::OnPre() { m_preTime = Now(); }
+void CWindowCoreManager::OnPre() {
+    m_preTime = Now();
+}
 
 void CWindowCoreManager::OnPost() {
     boost::posix_time::ptime const now = Now();
     m_drawTime =
         static_cast<float>(static_cast<double>((now - m_preTime).total_microseconds()) / 1000000);
-    double const dt =
-        static_cast<double>((now - m_lastPostTime).total_microseconds()) / 1000000;
+    double const dt = static_cast<double>((now - m_lastPostTime).total_microseconds()) / 1000000;
     m_lastPostTime = now;
     if (m_frameInterval == 0.0F) {
         m_frameInterval = static_cast<float>(dt);
@@ -180,11 +193,7 @@ bool CWindowCoreManager::DumpImage(std::string const& name) {
 }
 
 bool CWindowCoreManager::ApplyStatus(
-    int x,
-    int y,
-    unsigned width,
-    unsigned height,
-    bool fullScreen) {
+    int x, int y, unsigned width, unsigned height, bool fullScreen) {
     SetFullScreenMode(fullScreen);
     if (!fullScreen) {
         SetPosition(x, y);

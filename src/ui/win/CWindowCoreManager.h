@@ -8,17 +8,17 @@
 #include "ui/win/Event.h"
 #include "ui/win/ScreenGeometry.h"
 
-#include <atomic>
-#include <cstdint>
-#include <deque>
-#include <string>
-#include <vector>
-
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/signal.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
 
 namespace kiv::ini {
 class INIFile;
@@ -204,8 +204,8 @@ private:
     boost::function<void(CWindowCoreManager*)> m_onDestroy;
     boost::mutex m_eventLock;
     boost::condition_variable_any m_eventSignal;
-    std::deque<Event> m_events;   // guarded by m_eventLock
-    bool m_eventsClosed = false;  // guarded by m_eventLock
+    std::deque<Event> m_events;  // guarded by m_eventLock
+    bool m_eventsClosed = false; // guarded by m_eventLock
 };
 
 extern template bool

@@ -1,11 +1,10 @@
+#include "kiv/Diagnostics.h"
 #include "ui/win/CWindowCoreManager.h"
 
-#include "kiv/Diagnostics.h"
+#include <boost/current_function.hpp>
 
 #include <string>
 #include <utility>
-
-#include <boost/current_function.hpp>
 
 namespace ui::win {
 

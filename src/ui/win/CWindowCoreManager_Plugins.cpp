@@ -2,10 +2,10 @@
 #include "ui/win/CWidget_Registration.h"
 #include "ui/win/CWindowCoreManager.h"
 
-#include <algorithm>
-
 #include <boost/current_function.hpp>
 #include <boost/function/function_base.hpp>
+
+#include <algorithm>
 
 namespace ui::win {
 
@@ -36,8 +36,7 @@ CWindowCoreManager::Plugin* CWindowCoreManager::InsertPlugin(std::string const& 
         return nullptr;
     }
     if (Plugin* const existing = FindPlugin(name)) {
-        kiv::Diagnose(
-            "[WW]", BOOST_CURRENT_FUNCTION, "Alredy inserted the plugins " + name + "!");
+        kiv::Diagnose("[WW]", BOOST_CURRENT_FUNCTION, "Alredy inserted the plugins " + name + "!");
         return existing;
     }
     try {
@@ -107,7 +106,9 @@ bool CWindowCoreManager::SwitchPlugin(std::string const& name) {
     return true;
 }
 
-bool CWindowCoreManager::SwitchPluginEx(std::string const& name) { return SwitchPlugin(name); }
+bool CWindowCoreManager::SwitchPluginEx(std::string const& name) {
+    return SwitchPlugin(name);
+}
 
 bool CWindowCoreManager::SwitchAllPlugin() {
     bool const anyEnabled = std::any_of(
@@ -118,6 +119,8 @@ bool CWindowCoreManager::SwitchAllPlugin() {
     return true;
 }
 
-void CWindowCoreManager::ReleasePlugins() { m_plugins.clear(); }
+void CWindowCoreManager::ReleasePlugins() {
+    m_plugins.clear();
+}
 
 } // namespace ui::win

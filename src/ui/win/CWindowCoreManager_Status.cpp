@@ -3,14 +3,14 @@
 #include "kiv/ini/INIFile.h"
 #include "ui/win/CWindowCoreManager.h"
 
-#include <cctype>
-#include <sstream>
-#include <stdexcept>
-
 #include <boost/current_function.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/format.hpp>
 #include <boost/property_tree/ptree.hpp>
+
+#include <cctype>
+#include <sstream>
+#include <stdexcept>
 
 namespace ui::win {
 
@@ -44,11 +44,7 @@ bool CWindowCoreManager::SaveStatusOnDisk() {
 }
 
 bool CWindowCoreManager::LoadStatusFromDisk(
-    int& x,
-    int& y,
-    unsigned& width,
-    unsigned& height,
-    bool& fullScreen) {
+    int& x, int& y, unsigned& width, unsigned& height, bool& fullScreen) {
     fullScreen = false;
     if (m_ini == nullptr) {
         return false;
@@ -92,13 +88,12 @@ std::string CWindowCoreManager::NextDumpName() {
         // Like printf, but a pattern of another shape cannot read what was not passed.
         boost::format name(m_outputFileFormat);
         name.exceptions(
-            boost::io::all_error_bits ^ boost::io::too_many_args_bit ^
-            boost::io::too_few_args_bit);
+            boost::io::all_error_bits ^ boost::io::too_many_args_bit ^ boost::io::too_few_args_bit);
         return (name % WindowKey() % number).str();
     } catch (boost::io::format_error const& error) {
         throw std::runtime_error(
-            "WIN OUTPUT FILE FORMAT '" + m_outputFileFormat + "' is not a file name pattern: " +
-            error.what());
+            "WIN OUTPUT FILE FORMAT '" + m_outputFileFormat +
+            "' is not a file name pattern: " + error.what());
     }
 }
 

@@ -10,8 +10,14 @@ Core_Registration<CWindowNullCore> const registrar("None");
 
 } // namespace
 
-bool CWindowNullCore::BindImage(SPImage const&) { return false; }
-std::string CWindowNullCore::GetConnectionString() const { return {}; }
-CWindowCore* CWindowNullCore::Core() { return this; }
+bool CWindowNullCore::BindImage(SPImage const&) {
+    return false;
+}
+std::string CWindowNullCore::GetConnectionString() const {
+    return {};
+}
+CWindowCore* CWindowNullCore::Core() {
+    return this;
+}
 
 } // namespace ui::win

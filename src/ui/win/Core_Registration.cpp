@@ -2,12 +2,6 @@
 
 #include "kiv/Diagnostics.h"
 
-#include <algorithm>
-#include <cctype>
-#include <cstdlib>
-#include <sstream>
-#include <vector>
-
 #include <boost/current_function.hpp>
 #include <boost/dll/runtime_symbol_info.hpp>
 #include <boost/dll/shared_library.hpp>
@@ -15,6 +9,12 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <sstream>
+#include <vector>
 
 template class kiv::Singleton<ui::win::DriverFactory>;
 

@@ -6,9 +6,9 @@
 #include "ui/win/CWindowCoreManager.h"
 #include "ui/win/CreationParams.h"
 
-#include <string>
-
 #include <boost/function.hpp>
+
+#include <string>
 
 namespace ui::win {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
+
 #include <cstdint>
 #include <string>
-
-#include <boost/shared_ptr.hpp>
 
 namespace ui::win {
 

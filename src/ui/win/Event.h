@@ -41,8 +41,8 @@ struct Event {
     std::uint32_t enabled = 1;           ///< cameras ignore the event when zero
     std::int32_t screenX = 0;            ///< pointer in window pixels, x to the right
     std::int32_t screenY = 0;            ///< pointer in window pixels, y downwards
-    float localX = 0; ///< pixels from the left edge of the layer's last rectangle
-    float localY = 0; ///< pixels from the top edge of the layer's last rectangle
+    float localX = 0;  ///< pixels from the left edge of the layer's last rectangle
+    float localY = 0;  ///< pixels from the top edge of the layer's last rectangle
     float deviceX = 0; ///< normalised device coordinates, -1 .. +1
     float deviceY = 0; ///< normalised device coordinates, -1 .. +1, y upwards
     float worldX = 0;  ///< through the layer's inverse view matrix

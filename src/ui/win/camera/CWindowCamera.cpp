@@ -10,8 +10,7 @@ double const* CCamera::GetViewPort(CWindowCore* core) {
 }
 
 void CCamera::ResolveViewPort(CWindowCore const* core, double (&part)[4]) const {
-    float const extent[2] = {
-        static_cast<float>(core->Width()), static_cast<float>(core->Height())};
+    float const extent[2] = {static_cast<float>(core->Width()), static_cast<float>(core->Height())};
     for (int i = 0; i < 4; ++i) {
         // The product is formed in single precision before it is widened.
         float const pixels = m_normalised ? extent[i % 2] * m_viewPort[i] : m_viewPort[i];

@@ -2,11 +2,11 @@
 
 #include "ui/win/CWindowCoreManager.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/thread/thread.hpp>
+
+#include <algorithm>
+#include <cmath>
 
 namespace ui::win {
 
@@ -17,7 +17,9 @@ constexpr double wheelBackFactor = 0.8;
 constexpr std::int32_t zoomMicroseconds = 100000;
 constexpr std::int32_t firstPause = 10;
 
-boost::posix_time::ptime Now() { return boost::posix_time::microsec_clock::universal_time(); }
+boost::posix_time::ptime Now() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
 
 /// Microseconds since the start, held as 32 bits.
 std::int32_t MicrosecondsSince(boost::posix_time::ptime const& start) {
@@ -26,7 +28,9 @@ std::int32_t MicrosecondsSince(boost::posix_time::ptime const& start) {
 
 } // namespace
 
-CCamera2D::CCamera2D() { UpdateMatrices(); }
+CCamera2D::CCamera2D() {
+    UpdateMatrices();
+}
 
 CCamera2D::CCamera2D(double x0, double y0, double x1, double y1, double angle) : m_angle(angle) {
     SetView(x0, y0, x1, y1);
@@ -230,8 +234,7 @@ bool CCamera2D::InteractPress(CWindowCoreManager* manager, Event const& event) {
     case WheelForward:
     case WheelBack: {
         double const factor = event.button == WheelForward ? wheelForwardFactor : wheelBackFactor;
-        SmoothZoom(
-            manager, static_cast<float>(Zoom() * factor), event.deviceX, event.deviceY);
+        SmoothZoom(manager, static_cast<float>(Zoom() * factor), event.deviceX, event.deviceY);
         return true;
     }
     default:

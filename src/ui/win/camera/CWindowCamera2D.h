@@ -3,9 +3,9 @@
 #include "math/Point2.h"
 #include "ui/win/camera/CWindowCamera.h"
 
-#include <cstdint>
-
 #include <boost/thread/mutex.hpp>
+
+#include <cstdint>
 
 namespace ui::win {
 
@@ -30,8 +30,7 @@ public:
     void Prepare();
 
     void GetMatrix(CWindowCore* core, math::TMatrix<double, 3u, 4u>& matrix) override;
-    void
-    GetRestInverseUVWMatrix(CWindowCore* core, math::TMatrix<double, 3u, 4u>& matrix) override;
+    void GetRestInverseUVWMatrix(CWindowCore* core, math::TMatrix<double, 3u, 4u>& matrix) override;
     bool Interact(CWindowCoreManager* manager, Event const& event) override;
     void Draw(CWindowCore* core) override;
 
