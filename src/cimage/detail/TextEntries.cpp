@@ -1,0 +1,91 @@
+#include "cimage/detail/TextEntries.h"
+
+#include <boost/property_tree/ptree.hpp>
+
+#include <algorithm>
+#include <sstream>
+
+namespace cimage {
+namespace detail {
+
+namespace {
+
+constexpr char const* Separator = ": ";
+// Longer beginnings of a line are prose that happens to hold a colon.
+constexpr std::size_t MaxKeyLength = 79;
+
+void Flatten(
+    boost::property_tree::ptree const& tree, std::string const& prefix, TextEntries& entries) {
+    for (auto const& child : tree) {
+        if (child.first.empty() || child.first.front() == '_') {
+            continue;
+        }
+        std::string const key = prefix + child.first;
+        std::string value = child.second.data();
+        if (!value.empty() || child.second.empty()) {
+            value.erase(std::remove(value.begin(), value.end(), '\0'), value.end());
+            entries.emplace_back(key, std::move(value));
+        }
+        Flatten(child.second, key + ".", entries);
+    }
+}
+
+bool FitsLine(std::string const& key) {
+    return key.size() <= MaxKeyLength && key.find(Separator) == std::string::npos &&
+           key.find_first_of("\r\n\t") == std::string::npos;
+}
+
+} // namespace
+
+TextEntries FromTree(boost::property_tree::ptree const& tree) {
+    TextEntries entries;
+    Flatten(tree, "", entries);
+    return entries;
+}
+
+void AddToTree(boost::property_tree::ptree& tree, TextEntry const& entry) {
+    tree.add(entry.first, entry.second);
+}
+
+std::string ToLines(TextEntries const& entries) {
+    std::string lines;
+    for (TextEntry const& entry : entries) {
+        if (!FitsLine(entry.first)) {
+            continue;
+        }
+        lines += entry.first + Separator;
+        for (char c : entry.second) {
+            if (c == '\n') {
+                lines += "\n\t";
+            } else if (c != '\r') {
+                lines += c;
+            }
+        }
+        lines += '\n';
+    }
+    return lines;
+}
+
+TextEntries FromLines(std::string const& lines, char const* fallbackKey) {
+    TextEntries entries;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        std::size_t const colon = line.find(Separator);
+        if (!entries.empty() && !line.empty() && line.front() == '\t') {
+            entries.back().second += '\n' + line.substr(1);
+        } else if (colon != std::string::npos && colon > 0 && colon <= MaxKeyLength) {
+            entries.emplace_back(line.substr(0, colon), line.substr(colon + 2));
+        } else if (!entries.empty() && entries.back().first == fallbackKey) {
+            entries.back().second += '\n' + line;
+        } else if (!line.empty()) {
+            entries.emplace_back(fallbackKey, line);
+        }
+    }
+    return entries;
+}
+
+} // namespace detail
+} // namespace cimage
