@@ -27,6 +27,7 @@
 namespace ui::win {
 
 class CCamera;
+class CWndQuery;
 
 /// One window of an application: layers of retained drawables, shown by one or more backends.
 ///
@@ -358,8 +359,7 @@ private:
         return push(boost::make_shared<Drawable>(std::forward<Arguments>(arguments)...));
     }
     /// Sends a query and waits for its answer; a failure is reported under the caller's signature.
-    template <class Query>
-    bool Ask(Query& query, int index, char const* signature);
+    bool Ask(boost::shared_ptr<CWndQuery> const& query, int index, char const* signature);
 
     int m_currentLayer = 0;
     std::vector<boost::shared_ptr<CWindowCoreManager>> m_backends;

@@ -25,8 +25,7 @@ private:
 
 } // namespace
 
-template <class Query>
-bool CWindow::Ask(Query& query, int index, char const* signature) {
+bool CWindow::Ask(boost::shared_ptr<CWndQuery> const& query, int index, char const* signature) {
     QueryTime const time(*query);
     if (!SendCommand(query, index)) {
         kiv::Diagnose("[EE]", signature, "failed");

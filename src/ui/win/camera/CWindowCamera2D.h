@@ -3,6 +3,7 @@
 #include "math/Point2.h"
 #include "ui/win/camera/CWindowCamera.h"
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <cstdint>
