@@ -1,0 +1,92 @@
+#include "drivers/raster/Canvas.h"
+
+#include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/View.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace drivers::raster {
+
+using namespace detail;
+
+void Canvas::Resize(int width, int height) {
+    if (width < 0 || height < 0 || width > MaxSize || height > MaxSize) {
+        throw std::length_error("the size of the canvas is out of range");
+    }
+    auto const w = static_cast<std::size_t>(width);
+    m_pixels.assign(w * static_cast<std::size_t>(height), Colour(0, 0, 0, 255));
+    m_width = width;
+    m_height = height;
+    SetPixelView();
+}
+
+void Canvas::Clear(Colour colour) {
+    FillRow(m_pixels.data(), static_cast<std::ptrdiff_t>(m_pixels.size()), Opaque(colour));
+}
+
+void Canvas::SetView(
+    math::TMatrix<double, 3, 4> const& worldToPixel, math::Rect2<int> const& clip) {
+    m_worldToPixel = worldToPixel;
+    m_affine = worldToPixel(2, 0) == 0 && worldToPixel(2, 1) == 0 && worldToPixel(2, 2) == 0 &&
+               worldToPixel(2, 3) == 1;
+    m_clip = Intersect(clip, {0, 0, m_width, m_height});
+    if (m_clip.Empty()) {
+        m_clip = {};
+    }
+}
+
+void Canvas::SetPixelView() {
+    math::TMatrix<double, 3, 4> identity;
+    identity << 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1;
+    SetView(identity, {0, 0, m_width, m_height});
+}
+
+Target Canvas::MakeTarget() {
+    return {m_pixels.data(), m_width, m_clip};
+}
+
+View Canvas::MakeView() const {
+    return {m_worldToPixel.data(), m_affine};
+}
+
+Colour Canvas::Read(int x, int y) const {
+    return x >= 0 && y >= 0 && x < m_width && y < m_height ? Row(y)[x] : Colour(0, 0, 0, 0);
+}
+
+void Canvas::CopyTo(cimage::TRGBA<unsigned char>* out, std::size_t strideBytes) const {
+    auto* bytes = reinterpret_cast<unsigned char*>(out);
+    for (int y = 0; y < m_height && m_width > 0; ++y, bytes += strideBytes) {
+        std::memcpy(bytes, Row(y), static_cast<std::size_t>(m_width) * sizeof(Colour));
+    }
+}
+
+void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) const {
+    auto* bytes = reinterpret_cast<unsigned char*>(out);
+    for (int y = 0; y < m_height; ++y, bytes += strideBytes) {
+        auto const* from = reinterpret_cast<unsigned char const*>(Row(y));
+        for (int x = 0; x < m_width; ++x) {
+            bytes[x * 3] = from[x * 4];
+            bytes[x * 3 + 1] = from[x * 4 + 1];
+            bytes[x * 3 + 2] = from[x * 4 + 2];
+        }
+    }
+}
+
+void Canvas::BlendMask(
+    int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride) {
+    Ink const ink(m_state);
+    // In 64 bits: a position near the end of int plus a size must not wrap.
+    auto const right = std::min<long long>(m_clip.right, static_cast<long long>(x) + width);
+    auto const bottom = std::min<long long>(m_clip.bottom, static_cast<long long>(y) + height);
+    int const left = std::max(m_clip.left, x);
+    int const count = static_cast<int>(right - left);
+    for (int row = std::max(m_clip.top, y); row < bottom && count > 0; ++row) {
+        // left and row are inside both the clip and the mask, so the differences fit.
+        auto const offset = static_cast<std::ptrdiff_t>(left) - x;
+        auto const* from = coverage + (static_cast<std::ptrdiff_t>(row) - y) * stride + offset;
+        CoverRow(Row(row) + left, from, count, ink);
+    }
+}
+
+} // namespace drivers::raster

@@ -1,0 +1,145 @@
+#include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Outline.h"
+#include "drivers/raster/detail/View.h"
+
+#include <algorithm>
+
+namespace drivers::raster {
+
+using namespace detail;
+
+namespace {
+
+unsigned char Between(unsigned char from, unsigned char to, double t) {
+    return static_cast<unsigned char>(from + (to - from) * t + 0.5);
+}
+
+/// Colours that run along a line from t = 0 to t = 1.
+struct Gradient {
+    Colour from;
+    Colour to;
+
+    Colour At(double t) const {
+        return {
+            Between(from.r, to.r, t),
+            Between(from.g, to.g, t),
+            Between(from.b, to.b, t),
+            Between(from.a, to.a, t)};
+    }
+};
+
+void DrawThinGradient(
+    Target const& target, Segment const& segment, Gradient const& gradient, bool blend) {
+    PixelLine const line{
+        FloorPixel(segment.a.x),
+        FloorPixel(segment.a.y),
+        FloorPixel(segment.b.x),
+        FloorPixel(segment.b.y)};
+    double const range = segment.tb - segment.ta;
+    WalkLine(target, line, [&](Colour& pixel, int k, int length) {
+        double const t = length > 0 ? segment.ta + range * k / length : segment.ta;
+        Colour const colour = gradient.At(t);
+        blend ? Put<true>(pixel, colour) : Put<false>(pixel, colour);
+    });
+}
+
+/// The colour of a pixel beside a wide line: that of the nearest point of the line.
+class WideGradient {
+public:
+    WideGradient(Pen const& pen, Segment const& segment, Gradient const& gradient)
+        : m_segment(segment), m_gradient(gradient), m_start(pen.Place(segment.a)) {
+        Point const d = pen.Place(segment.b) - m_start;
+        double const square = d.x * d.x + d.y * d.y;
+        m_perPixel = square > 0 ? d * (1 / square) : Point();
+    }
+    Colour At(int x, int y) const {
+        Point const d = Point(x + 0.5, y + 0.5) - m_start;
+        double const t = std::clamp(d.x * m_perPixel.x + d.y * m_perPixel.y, 0.0, 1.0);
+        return m_gradient.At(m_segment.ta + (m_segment.tb - m_segment.ta) * t);
+    }
+
+private:
+    Segment m_segment;
+    Gradient m_gradient;
+    Point m_start;
+    Point m_perPixel;
+};
+
+void DrawWideGradient(
+    Target const& target,
+    PathFill& path,
+    Pen const& pen,
+    Segment const& segment,
+    Gradient const& gradient,
+    bool blend) {
+    path.Start(target.clip);
+    Stroker stroker(path, pen.width, pen.Extension());
+    stroker.Add(pen.Place(segment.a), pen.Place(segment.b), false);
+    stroker.Finish();
+    WideGradient const colours(pen, segment, gradient);
+    auto const cover = [&](int y, int x, unsigned coverage) {
+        Colour const colour = colours.At(x, y);
+        BlendPixel(*target.At(x, y), colour, blend ? Scale(coverage, colour.a) : coverage);
+    };
+    if (pen.smooth) {
+        path.Coverage([&](int y, int x, int count, unsigned char const* coverage) {
+            for (int i = 0; i < count; ++i) {
+                cover(y, x + i, coverage[i]);
+            }
+        });
+    } else {
+        path.Spans([&](int y, int x0, int x1) {
+            for (int x = x0; x < x1; ++x) {
+                cover(y, x, 255);
+            }
+        });
+    }
+}
+
+} // namespace
+
+void Canvas::Lines(VertexArray const& vertices) {
+    if (m_clip.Empty()) {
+        return;
+    }
+    Target const target = MakeTarget();
+    WithReader(MakeView(), vertices, [&](auto reader) {
+        Pen const pen(m_state);
+        Outline outline(target, m_path, m_state);
+        for (std::size_t i = 0; i + 1 < vertices.count; i += 2) {
+            if (!vertices.colour) {
+                outline.Chain(2, false, [&](std::size_t k) { return reader(i + k); });
+                continue;
+            }
+            Segment segment;
+            if (ProjectSegment(reader(i), reader(i + 1), segment)) {
+                Gradient const gradient{VertexColour(vertices, i), VertexColour(vertices, i + 1)};
+                if (pen.Thin()) {
+                    DrawThinGradient(target, segment, gradient, m_state.blend);
+                } else {
+                    DrawWideGradient(target, m_path, pen, segment, gradient, m_state.blend);
+                }
+            }
+        }
+    });
+}
+
+void Canvas::Line(double x0, double y0, double x1, double y1) {
+    if (m_clip.Empty()) {
+        return;
+    }
+    View const view = MakeView();
+    HPoint const ends[2] = {view.Map(x0, y0), view.Map(x1, y1)};
+    Outline(MakeTarget(), m_path, m_state).Chain(2, false, [&](std::size_t k) { return ends[k]; });
+}
+
+void Canvas::Polyline(VertexArray const& vertices, bool closed) {
+    if (m_clip.Empty() || vertices.count == 0) {
+        return;
+    }
+    Outline outline(MakeTarget(), m_path, m_state);
+    WithReader(
+        MakeView(), vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
+}
+
+} // namespace drivers::raster

@@ -1,0 +1,156 @@
+#include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Curve.h"
+#include "drivers/raster/detail/Outline.h"
+#include "drivers/raster/detail/PixelLine.h"
+#include "drivers/raster/detail/Polygon.h"
+#include "drivers/raster/detail/View.h"
+
+#include <cmath>
+#include <vector>
+
+namespace drivers::raster {
+
+using namespace detail;
+
+namespace {
+
+constexpr double kPixelMatrix[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1};
+
+/// Fills an outline of any shape in one colour.
+void FillOutline(
+    Target const& target, PathFill& path, std::vector<HPoint> const& outline, Ink const& ink) {
+    std::vector<Vertex<0>> polygon;
+    for (HPoint const& p : outline) {
+        polygon.push_back({p.x, p.y, p.w, {}});
+    }
+    ProjectPolygon(polygon);
+    std::vector<Point> corners;
+    for (Vertex<0> const& v : polygon) {
+        corners.emplace_back(v.x, v.y);
+    }
+    path.Start(target.clip);
+    path.AddPolygon(corners.data(), corners.size());
+    FillPath(target, path, ink, false);
+}
+
+/// Fills a box whose sides are rows and columns.
+void FillUprightBox(Target const& target, HPoint const& a, HPoint const& b, Ink const& ink) {
+    math::Rect2<int> const& clip = target.clip;
+    int const left = FirstCentre(std::min(a.x, b.x), clip.left, clip.right);
+    int const right = FirstCentre(std::max(a.x, b.x), clip.left, clip.right);
+    int const top = FirstCentre(std::min(a.y, b.y), clip.top, clip.bottom);
+    int const bottom = FirstCentre(std::max(a.y, b.y), clip.top, clip.bottom);
+    for (int y = top; y < bottom && left < right; ++y) {
+        FillSpan(target, y, left, right, ink);
+    }
+}
+
+/// An ellipse with what its drawing needs.
+struct EllipseShape {
+    EllipseFrame frame;
+    ArcRange range;
+    bool pixelAddressed; ///< the box was brought to pixel centres
+
+    bool IsFinite() const {
+        HPoint const a = frame.At({1, 1});
+        HPoint const b = frame.At({-1, -1});
+        return detail::IsFinite(a) && detail::IsFinite(b) && detail::IsFinite(range.end);
+    }
+    Point Corner(double side) const {
+        return {frame.centre.x + side * frame.rx, frame.centre.y + side * frame.ry};
+    }
+};
+
+/// Floors the corners of the box to pixels, as those of an outlined box are.
+void AddressByPixel(EllipseShape& shape) {
+    HPoint const a = shape.frame.At({-1, -1});
+    HPoint const b = shape.frame.At({1, 1});
+    if (!InGuard(a.x, a.y) || !InGuard(b.x, b.y)) {
+        return;
+    }
+    Point const p{FloorPixel(a.x) + 0.5, FloorPixel(a.y) + 0.5};
+    Point const q{FloorPixel(b.x) + 0.5, FloorPixel(b.y) + 0.5};
+    // Signed radii keep the angles when the view mirrors an axis.
+    shape.frame = {{kPixelMatrix, true}, (p + q) * 0.5, (q.x - p.x) / 2, (q.y - p.y) / 2};
+    shape.pixelAddressed = true;
+}
+
+void OutlineThin(Target const& target, EllipseShape const& shape, PathFill& path, DrawState state) {
+    Ink const ink(state);
+    std::vector<HPoint> points;
+    FlattenArc(shape.frame, shape.range, target.clip, 2, points);
+    bool const flat = shape.frame.rx == 0 || shape.frame.ry == 0;
+    if (shape.range.whole && !(flat && shape.pixelAddressed)) {
+        DrawThinCurve(target, points, true, ink);
+        return;
+    }
+    Outline outline(target, path, state);
+    if (shape.range.whole) {
+        HPoint const ends[2] = {shape.frame.At({-1, -1}), shape.frame.At({1, 1})};
+        outline.Chain(2, false, [&](std::size_t i) { return ends[i]; });
+        return;
+    }
+    HPoint const radii[3] = {points.back(), shape.frame.At({0, 0}), points.front()};
+    outline.Chain(3, false, [&](std::size_t i) { return radii[i]; });
+    DrawThinCurve(target, points, false, ink);
+}
+
+std::vector<HPoint>
+FlattenShape(EllipseShape const& shape, math::Rect2<int> const& clip, double margin) {
+    std::vector<HPoint> points;
+    if (!shape.range.whole) {
+        points.push_back(shape.frame.At({0, 0}));
+    }
+    FlattenArc(shape.frame, shape.range, clip, margin, points);
+    return points;
+}
+
+} // namespace
+
+void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
+    if (m_clip.Empty()) {
+        return;
+    }
+    View const view = MakeView();
+    Target const target = MakeTarget();
+    HPoint const corners[4] = {
+        view.Map(x0, y0), view.Map(x1, y0), view.Map(x1, y1), view.Map(x0, y1)};
+    if (!filled) {
+        Outline(target, m_path, m_state).Chain(4, true, [&](std::size_t i) { return corners[i]; });
+    } else if (!view.KeepsAxes()) {
+        FillOutline(target, m_path, {corners, corners + 4}, Ink(m_state));
+    } else if (IsFinite(corners[0]) && IsFinite(corners[2])) {
+        FillUprightBox(target, corners[0], corners[2], Ink(m_state));
+    }
+}
+
+void Canvas::Ellipse(
+    double x0, double y0, double x1, double y1, double start, double end, bool filled) {
+    Pen const pen(m_state);
+    Target const target = MakeTarget();
+    Point const centre{x0 / 2 + x1 / 2, y0 / 2 + y1 / 2};
+    double const rx = std::abs(x1 / 2 - x0 / 2);
+    double const ry = std::abs(y1 / 2 - y0 / 2);
+    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange(start, end), false};
+    if (m_clip.Empty() || !shape.IsFinite()) {
+        return;
+    }
+    if (filled) {
+        FillOutline(target, m_path, FlattenShape(shape, m_clip, 0), Ink(m_state));
+        return;
+    }
+    if (!pen.smooth && shape.frame.view.KeepsAxes()) {
+        AddressByPixel(shape);
+    }
+    if (pen.Thin()) {
+        OutlineThin(target, shape, m_path, m_state);
+        return;
+    }
+    // A mitre may reach two widths from the curve.
+    std::vector<HPoint> const points = FlattenShape(shape, m_clip, 2 * pen.width);
+    Outline(target, m_path, m_state, true).Chain(points.size(), true, [&](std::size_t i) {
+        return points[i];
+    });
+}
+
+} // namespace drivers::raster

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "cimage/PixelTypes.h"
+
+#include <cstddef>
+
+namespace drivers::raster {
+
+using Colour = cimage::TRGBA<unsigned char>;
+
+/// Pixels to sample from, borrowed: whoever sets them keeps them alive and unchanged while drawing.
+struct Texture {
+    enum class Format { Grey8, RGB8, RGBA8, BGRA8 };
+
+    unsigned char const* pixels = nullptr;
+    int width = 0;
+    int height = 0;
+    std::size_t stride = 0; ///< bytes from one row to the next
+    Format format = Format::RGBA8;
+
+    bool Empty() const { return pixels == nullptr || width <= 0 || height <= 0; }
+};
+
+/// What a canvas draws with.
+struct DrawState {
+    Colour colour{255, 255, 255, 255};
+    bool blend = false;
+    float lineWidth = 1;     ///< pixels; values that are no widths count as 1
+    float pointSize = 1;     ///< pixels; values below 1 count as 1
+    bool lineSmooth = false; ///< anti-aliased lines and outlines
+    bool bilinear = false;   ///< how textures are sampled; off: the nearest texel
+    Texture texture;
+};
+
+/// Vertices that lie anywhere in memory at equal distances; borrowed for one call. Colours and
+/// texture coordinates are optional and have the same stride. Texture coordinates count only while
+/// a texture is set, and then before colours.
+struct VertexArray {
+    float const* position = nullptr;
+    unsigned dimension = 2;                ///< 2 (z = 0) or 3 floats
+    std::size_t strideBytes = 0;           ///< from one vertex to the next
+    unsigned char const* colour = nullptr; ///< red, green, blue, alpha
+    float const* texture = nullptr;        ///< s, t
+    std::size_t count = 0;
+};
+
+} // namespace drivers::raster

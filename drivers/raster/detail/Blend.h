@@ -1,0 +1,108 @@
+#pragma once
+
+#include "drivers/raster/DrawState.h"
+#include "math/Rect2.h"
+
+#include <cstddef>
+#include <cstring>
+
+namespace drivers::raster::detail {
+
+/// Where the operations draw: the pixels of a canvas and the part that may be changed.
+struct Target {
+    Colour* pixels;
+    std::ptrdiff_t stride; ///< in pixels
+    math::Rect2<int> clip;
+
+    Colour* At(int x, int y) const { return pixels + y * stride + x; }
+};
+
+/// v / 255, rounded down; exact for v < 65535.
+inline unsigned Div255(unsigned v) {
+    return (v + 1 + (v >> 8)) >> 8;
+}
+
+/// a * b / 255, rounded to nearest.
+inline unsigned char Scale(unsigned a, unsigned b) {
+    return static_cast<unsigned char>(Div255(a * b + 127));
+}
+
+/// One channel of source over destination.
+inline unsigned char Mix(unsigned source, unsigned destination, unsigned alpha) {
+    return static_cast<unsigned char>(Div255(source * alpha + destination * (255 - alpha) + 127));
+}
+
+inline Colour Modulate(Colour x, Colour y) {
+    return {Scale(x.r, y.r), Scale(x.g, y.g), Scale(x.b, y.b), Scale(x.a, y.a)};
+}
+
+inline Colour Opaque(Colour c) {
+    return {c.r, c.g, c.b, 255};
+}
+
+inline void BlendPixel(Colour& d, Colour s, unsigned alpha) {
+    d = {Mix(s.r, d.r, alpha), Mix(s.g, d.g, alpha), Mix(s.b, d.b, alpha), 255};
+}
+
+/// Writes a colour as the blend setting wants it.
+template <bool Blend>
+inline void Put(Colour& d, Colour s) {
+    if constexpr (Blend) {
+        BlendPixel(d, s, s.a);
+    } else {
+        d = Opaque(s);
+    }
+}
+
+/// The current colour with the blend setting worked in: alpha is 255 unless pixels show through.
+struct Ink {
+    Colour colour;
+
+    explicit Ink(DrawState const& state)
+        : colour(state.blend ? state.colour : Opaque(state.colour)) {}
+    bool Solid() const { return colour.a == 255; }
+    bool Invisible() const { return colour.a == 0; }
+};
+
+inline void FillRow(Colour* row, std::ptrdiff_t count, Colour colour) {
+    // Whole words: compilers turn this, not a loop of four-byte structs, into wide stores.
+    unsigned word;
+    static_assert(sizeof word == sizeof colour);
+    std::memcpy(&word, &colour, sizeof word);
+    auto* bytes = reinterpret_cast<unsigned char*>(row);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        std::memcpy(bytes + i * 4, &word, sizeof word);
+    }
+}
+
+inline void BlendRow(Colour* row, std::ptrdiff_t count, Colour colour) {
+    unsigned const rest = 255u - colour.a;
+    unsigned const r = colour.r * unsigned{colour.a} + 127;
+    unsigned const g = colour.g * unsigned{colour.a} + 127;
+    unsigned const b = colour.b * unsigned{colour.a} + 127;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        row[i].r = static_cast<unsigned char>(Div255(r + row[i].r * rest));
+        row[i].g = static_cast<unsigned char>(Div255(g + row[i].g * rest));
+        row[i].b = static_cast<unsigned char>(Div255(b + row[i].b * rest));
+        row[i].a = 255;
+    }
+}
+
+/// Pixels x0 <= x < x1 of row y, inside the clip.
+inline void FillSpan(Target const& target, int y, int x0, int x1, Ink const& ink) {
+    if (ink.Solid()) {
+        FillRow(target.At(x0, y), x1 - x0, ink.colour);
+    } else {
+        BlendRow(target.At(x0, y), x1 - x0, ink.colour);
+    }
+}
+
+inline void CoverRow(Colour* row, unsigned char const* coverage, int count, Ink const& ink) {
+    for (int i = 0; i < count; ++i) {
+        if (unsigned const alpha = Scale(coverage[i], ink.colour.a)) {
+            BlendPixel(row[i], ink.colour, alpha);
+        }
+    }
+}
+
+} // namespace drivers::raster::detail

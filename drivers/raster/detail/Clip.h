@@ -1,0 +1,59 @@
+#pragma once
+
+#include "drivers/raster/detail/View.h"
+
+namespace drivers::raster::detail {
+
+/// Projected points are cut to this many pixels around the origin, far outside every picture. What
+/// is within can be converted to int, and products of two fit 64 bits.
+constexpr double Guard = 1 << 22;
+
+inline bool InGuard(double x, double y) {
+    return std::abs(x) <= Guard && std::abs(y) <= Guard;
+}
+inline bool InGuard(Point const& p) {
+    return InGuard(p.x, p.y);
+}
+
+/// The first pixel whose centre is at or right of x, cut to [lo, hi]; x must not be NaN.
+inline int FirstCentre(double x, int lo, int hi) {
+    double const v = x - 0.5;
+    if (v <= lo) {
+        return lo;
+    }
+    if (v >= hi) {
+        return hi;
+    }
+    int const whole = static_cast<int>(v); // lo >= 0 is so for every clip, so this rounds down
+    return whole + (whole < v ? 1 : 0);
+}
+
+/// The pixel that a coordinate within the guard band falls into.
+inline int FloorPixel(double v) {
+    int const whole = static_cast<int>(v);
+    return whole - (v < whole ? 1 : 0);
+}
+
+/// A cut segment: its ends in pixels, and where they lie on the original one (0 start, 1 end).
+struct Segment {
+    Point a;
+    Point b;
+    double ta = 0;
+    double tb = 1;
+
+    bool StartsWhole() const { return ta == 0; }
+    bool EndsWhole() const { return tb == 1; }
+};
+
+/// Cuts a line at the near plane, projects it and cuts it to the guard band.
+/// @return false when nothing is left or a coordinate is not finite
+bool ProjectSegment(HPoint a, HPoint b, Segment& out);
+
+/// Cuts a line to the guard band; its coordinates must be finite.
+bool CutToGuard(Segment& segment);
+
+/// Where the line through a and b has the coordinate `at`: y for a given x. Exact to rounding even
+/// when both ends are so far away that a step from either would lose the visible part.
+double YOnLine(Point const& a, Point const& b, double at);
+
+} // namespace drivers::raster::detail

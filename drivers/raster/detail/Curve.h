@@ -1,0 +1,50 @@
+#pragma once
+
+#include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/Clip.h"
+#include "drivers/raster/detail/View.h"
+
+#include <vector>
+
+namespace drivers::raster::detail {
+
+/// An ellipse in a bounding box and the view it is seen through.
+struct EllipseFrame {
+    View view;
+    Point centre;
+    double rx;
+    double ry;
+
+    /// The point in the direction of a unit vector.
+    HPoint At(Point const& unit) const {
+        return view.Map(centre.x + rx * unit.x, centre.y + ry * unit.y);
+    }
+};
+
+/// Angles of an arc, brought to start in (-2 pi, 2 pi) and end >= start.
+struct ArcRange {
+    double start;
+    double end;
+    bool whole;
+
+    ArcRange(double from, double to);
+};
+
+/// Cuts an arc into chords that lie within a hundredth of a pixel of it; parts further than
+/// `margin` pixels outside the clip are cut more coarsely. A whole ellipse comes as a closed chain,
+/// its first point not repeated.
+void FlattenArc(
+    EllipseFrame const& frame,
+    ArcRange const& range,
+    math::Rect2<int> const& clip,
+    double margin,
+    std::vector<HPoint>& out);
+
+/// Draws a curve given by short chords one pixel thick: one pixel a column where it runs flat, one
+/// a row where it runs steep, connected, and none twice.
+/// @param closed the curve goes back to its first point; otherwise the pixels of both ends are
+///               left to the lines that end there
+void DrawThinCurve(
+    Target const& target, std::vector<HPoint> const& points, bool closed, Ink const& ink);
+
+} // namespace drivers::raster::detail

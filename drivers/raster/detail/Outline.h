@@ -1,0 +1,97 @@
+#pragma once
+
+#include "drivers/raster/DrawState.h"
+#include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/PathFill.h"
+#include "drivers/raster/detail/PixelLine.h"
+#include "drivers/raster/detail/Stroke.h"
+
+#include <algorithm>
+
+namespace drivers::raster::detail {
+
+/// How the state wants lines drawn.
+struct Pen {
+    double width;
+    bool smooth;
+
+    explicit Pen(DrawState const& state) : width(1), smooth(state.lineSmooth) {
+        constexpr float widest = 1 << 20; // far more than covers the largest picture
+        if (state.lineWidth > 0) {
+            width = std::min(state.lineWidth, widest);
+        }
+        if (!smooth) {
+            width = std::max(1.0, std::floor(width + 0.5));
+        }
+    }
+    /// One pixel per step: drawn without an outline.
+    bool Thin() const { return !smooth && width == 1; }
+    /// Aliased ends lie on pixel centres and reach to the edge of their pixel.
+    double Extension() const { return smooth ? 0 : 0.5; }
+    Point Place(Point const& p) const {
+        return smooth ? p : Point(FloorPixel(p.x) + 0.5, FloorPixel(p.y) + 0.5);
+    }
+};
+
+/// Draws what a path encloses.
+inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool smooth) {
+    if (smooth) {
+        path.Coverage([&](int y, int x, int count, unsigned char const* coverage) {
+            CoverRow(target.At(x, y), coverage, count, ink);
+        });
+    } else {
+        path.Spans([&](int y, int x0, int x1) { FillSpan(target, y, x0, x1, ink); });
+    }
+}
+
+/// Draws a chain of segments in one colour with any pen, each pixel once where they meet. The path
+/// is working storage. One outline may draw any number of chains.
+class Outline {
+public:
+    /// @param onCurve points are taken as they are, also by an aliased pen
+    Outline(Target const& target, PathFill& path, DrawState const& state, bool onCurve = false);
+
+    /// Draws through count points; closed adds the way back. pointAt(index) is in homogeneous
+    /// pixel coordinates.
+    template <class PointAt>
+    void Chain(std::size_t count, bool closed, PointAt&& pointAt) {
+        closed = closed && count > 2;
+        std::size_t const segments = count == 1 || closed ? count : count - 1;
+        HPoint const first = pointAt(0);
+        HPoint from = first;
+        bool joined = false;
+        bool opened = false;
+        for (std::size_t i = 0; i < segments; ++i) {
+            HPoint const to = i + 1 < count ? pointAt(i + 1) : first;
+            Segment segment;
+            bool const visible = ProjectSegment(from, to, segment);
+            if (visible) {
+                bool const opens = closed && i == 0 && segment.StartsWhole();
+                bool const closes = opened && i + 1 == segments && segment.EndsWhole();
+                Add(segment, {joined && segment.StartsWhole(), opens, closes});
+                opened = opened || opens;
+            }
+            joined = visible && segment.EndsWhole();
+            from = to;
+        }
+        Finish(joined && opened);
+    }
+
+private:
+    struct Ends {
+        bool joined; ///< goes on from the end of the last segment
+        bool opens;  ///< begins a closed chain
+        bool closes; ///< ends where the closed chain began
+    };
+    void Add(Segment const& segment, Ends const& ends);
+    void Finish(bool closed);
+
+    Target m_target;
+    PathFill& m_path;
+    Pen m_pen;
+    Ink m_ink;
+    bool m_onCurve;
+    Stroker m_stroker;
+};
+
+} // namespace drivers::raster::detail

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/Clip.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <utility>
+
+namespace drivers::raster::detail {
+
+/// A line between two pixels within the guard band, one pixel thick.
+struct PixelLine {
+    int x0;
+    int y0;
+    int x1;
+    int y1;
+    bool skipFirst = false; ///< the pixel (x0, y0) is left out
+    bool skipLast = false;
+};
+
+/// Bresenham's line as numbers: step k from 0 to length moves one pixel along the major axis, and
+/// the minor axis has then moved by floor((2 * rise * k + length) / (2 * length)).
+struct PixelSteps {
+    std::int64_t length;
+    std::int64_t rise;
+
+    /// First step at which the minor axis has moved by m >= 0.
+    std::int64_t FirstAt(std::int64_t m) const {
+        if (m <= 0) {
+            return 0;
+        }
+        if (m > rise) {
+            return length + 1;
+        }
+        return ((2 * m - 1) * length + 2 * rise - 1) / (2 * rise);
+    }
+};
+
+/// Steps [from, to] of a line that are to be drawn; empty where from > to.
+struct StepRange {
+    std::int64_t from;
+    std::int64_t to;
+};
+
+/// The steps of a line inside the clip [majorLo, majorHi) x [minorLo, minorHi).
+inline StepRange VisibleSteps(
+    PixelSteps const& steps, int major, int minor, int minorSign, math::Rect2<int> const& clip) {
+    std::int64_t from = std::max<std::int64_t>(0, std::int64_t{clip.left} - major);
+    std::int64_t to = std::min<std::int64_t>(steps.length, std::int64_t{clip.right} - 1 - major);
+    // The minor moves m at which the line is inside.
+    std::int64_t const near =
+        minorSign > 0 ? std::int64_t{clip.top} - minor : std::int64_t{minor} - (clip.bottom - 1);
+    std::int64_t const far =
+        minorSign > 0 ? std::int64_t{clip.bottom} - 1 - minor : std::int64_t{minor} - clip.top;
+    if (far < 0) {
+        return {1, 0};
+    }
+    from = std::max(from, steps.FirstAt(near));
+    to = std::min(to, steps.FirstAt(far + 1) - 1);
+    return {from, to};
+}
+
+/// Calls plot(pixel, k, length) along the line where it is inside the clip, k = 0 at (x0, y0).
+/// The same pixels are drawn from either end.
+template <class Plot>
+void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
+    bool const steep = std::abs(line.y1 - line.y0) > std::abs(line.x1 - line.x0);
+    math::Rect2<int> clip = target.clip;
+    if (steep) {
+        std::swap(line.x0, line.y0);
+        std::swap(line.x1, line.y1);
+        clip = {clip.top, clip.left, clip.bottom, clip.right};
+    }
+    // Ties are rounded by the direction, so the direction is made the same for both.
+    bool const turned = line.x1 < line.x0;
+    if (turned) {
+        std::swap(line.x0, line.x1);
+        std::swap(line.y0, line.y1);
+        std::swap(line.skipFirst, line.skipLast);
+    }
+    int const sign = line.y1 < line.y0 ? -1 : 1;
+    PixelSteps const steps{line.x1 - line.x0, std::abs(line.y1 - line.y0)};
+    StepRange range = VisibleSteps(steps, line.x0, line.y0, sign, clip);
+    range.from = std::max<std::int64_t>(range.from, line.skipFirst ? 1 : 0);
+    range.to = std::min(range.to, steps.length - (line.skipLast ? 1 : 0));
+    if (range.from > range.to) {
+        return;
+    }
+    int const length = static_cast<int>(steps.length);
+    int const first = static_cast<int>(range.from);
+    int const last = static_cast<int>(range.to);
+    std::int64_t const start = 2 * steps.rise * first + length;
+    std::int64_t const moved = length > 0 ? start / (2 * length) : 0;
+    int error = static_cast<int>(start - moved * 2 * length);
+    int const rise2 = static_cast<int>(2 * steps.rise);
+    int const length2 = 2 * length;
+    int const major = line.x0 + first;
+    int const minor = line.y0 + sign * static_cast<int>(moved);
+    std::ptrdiff_t const majorStep = steep ? target.stride : 1;
+    std::ptrdiff_t const minorStep = (steep ? 1 : target.stride) * sign;
+    Colour* pixel = steep ? target.At(minor, major) : target.At(major, minor);
+    for (int k = first;; ++k) {
+        plot(*pixel, turned ? length - k : k, length);
+        if (k == last) {
+            break;
+        }
+        pixel += majorStep;
+        error += rise2;
+        if (error >= length2) {
+            error -= length2;
+            pixel += minorStep;
+        }
+    }
+}
+
+/// A line in one colour.
+inline void DrawPixelLine(Target const& target, PixelLine const& line, Ink const& ink) {
+    Colour const colour = ink.colour;
+    if (ink.Solid()) {
+        WalkLine(target, line, [=](Colour& pixel, int, int) { pixel = colour; });
+    } else {
+        WalkLine(
+            target, line, [=](Colour& pixel, int, int) { BlendPixel(pixel, colour, colour.a); });
+    }
+}
+
+} // namespace drivers::raster::detail
