@@ -174,9 +174,9 @@ TEST_F(INIFileTest, SectionsAreSeparateAndTheLastDuplicateCounts) {
     EXPECT_EQ(ini.Node("B")->Get("k", ""), "again");
     EXPECT_FALSE(ini.Has("K"));
     EXPECT_EQ(ini.Node("A")->Node("B"), ini.Node("B"));
-    EXPECT_TRUE(ini.Node("A")->BelongsTo(ini));
-    EXPECT_FALSE(ini.BelongsTo(*ini.Node("A")));
-    EXPECT_FALSE(INIFile().BelongsTo(ini));
+    EXPECT_TRUE(ini.Contains(ini.Node("A")));
+    EXPECT_FALSE(ini.Node("A")->Contains(&ini));
+    EXPECT_FALSE(ini.Contains(INIFile().Node("A")));
 }
 
 template <class T>

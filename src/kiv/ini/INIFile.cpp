@@ -48,6 +48,7 @@ INIFile* INIFile::Node(std::string const& name) {
     detail::Section* const section = m_document->FindOrCreate(name);
     if (section && !section->view) {
         section->view.reset(new INIFile(m_document, section));
+        m_document->views.insert(section->view.get());
     }
     return section ? section->view.get() : nullptr;
 }
@@ -60,9 +61,8 @@ std::vector<std::string> INIFile::Nodes() const {
     return m_document->Names();
 }
 
-bool INIFile::BelongsTo(INIFile const& other) const {
-    return m_document == other.m_document &&
-           (m_section == other.m_section || other.m_section == &m_document->Own());
+bool INIFile::Contains(INIFile const* file) const {
+    return file == this || (m_owned && m_document->views.count(file) != 0);
 }
 
 bool INIFile::Has(std::string const& key) const {

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "kiv/ParseNumber.h"
+
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/shared_ptr.hpp>
 
-#include <charconv>
 #include <string>
-#include <system_error>
-#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -74,8 +73,9 @@ public:
     std::string const& Name() const;
     /// @return the names of the sections that are in the document, in file order
     std::vector<std::string> Nodes() const;
-    /// Whether this is `other` or, where `other` stands for a whole file, one of its sections.
-    bool BelongsTo(INIFile const& other) const;
+    /// Whether `file` is this or, where this stands for a whole file, one of its sections. Never
+    /// looks into `file`, which may be gone.
+    bool Contains(INIFile const* file) const;
 
     bool Has(std::string const& key) const;
     /// @return the key's text, null when there is none; valid until the key or the document changes
@@ -122,20 +122,7 @@ private:
 
 template <class T>
 bool INIFile::Parse(std::string const& text, T& value) {
-    static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8, "text, bool and numbers only");
-    static_assert(sizeof(T) > 1, "one-byte integers are characters to some and numbers to others");
-    char const* begin = text.data();
-    char const* const end = begin + text.size();
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
-        ++begin;
-    }
-    T parsed{};
-    auto const result = std::from_chars(begin, end, parsed); // the same in every locale
-    if (result.ec != std::errc() || result.ptr != end) {
-        return false;
-    }
-    value = parsed;
-    return true;
+    return ParseNumber(text, value);
 }
 
 template <class T>

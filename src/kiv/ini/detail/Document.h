@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace kiv::ini::detail {
@@ -55,6 +56,7 @@ public:
     static bool Erase(Section& section, std::string const& key);
 
     std::string fileName;
+    std::unordered_set<INIFile const*> views; // those of all sections
 
 private:
     Section& Named(std::string const& name);
