@@ -13,7 +13,8 @@ struct Point2 {
 
     /// Converts each coordinate with static_cast.
     template <class U>
-    constexpr explicit Point2(Point2<U> const& p) : x(static_cast<T>(p.x)), y(static_cast<T>(p.y)) {}
+    constexpr explicit Point2(Point2<U> const& p)
+        : x(static_cast<T>(p.x)), y(static_cast<T>(p.y)) {}
 
     friend constexpr bool operator==(Point2 const& a, Point2 const& b) {
         return a.x == b.x && a.y == b.y;

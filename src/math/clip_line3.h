@@ -4,7 +4,7 @@
 #include "math/Point3.h"
 #include "math/Rect2.h"
 
-#include <utility>
+#include <type_traits>
 
 namespace math {
 
@@ -18,6 +18,7 @@ namespace math {
 /// A line that only touches a corner gives a segment of no length.
 template <class T>
 bool clip_line3(Point3<T> const& line, Rect2<T> const& area, Point2<T>& p0, Point2<T>& p1) {
+    static_assert(std::is_floating_point<T>::value, "the cut needs fractions");
     T const a = line.x;
     T const b = line.y;
     T const c = line.z;
@@ -33,26 +34,26 @@ bool clip_line3(Point3<T> const& line, Rect2<T> const& area, Point2<T>& p0, Poin
     T const hi = steep ? area.bottom : area.right;
     T const otherLo = steep ? area.left : area.top;
     T const otherHi = steep ? area.right : area.bottom;
-    T const along = steep ? b : a;  // other = -(along * u + c) / across
+    T const along = steep ? b : a; // other = -(along * u + c) / across
     T const across = steep ? a : b;
     T u[2] = {lo, hi};
     T v[2] = {-(along * lo + c) / across, -(along * hi + c) / across};
     if (!(v[0] == v[0]) || !(v[1] == v[1])) {
         return false;
     }
+    if ((v[0] < otherLo && v[1] < otherLo) || (v[0] > otherHi && v[1] > otherHi)) {
+        return false;
+    }
     for (int i = 0; i < 2; ++i) {
-        T const bound = v[i] < otherLo ? otherLo : otherHi;
         if (v[i] >= otherLo && v[i] <= otherHi) {
             continue;
         }
-        if (v[0] == v[1]) {
-            return false;
-        }
+        // The other end lies on the other side of this bound, so the line meets it between lo and
+        // hi; only rounding can carry the quotient past them.
+        T const bound = v[i] < otherLo ? otherLo : otherHi;
+        T const at = -(across * bound + c) / along;
+        u[i] = at < lo ? lo : hi < at ? hi : at;
         v[i] = bound;
-        u[i] = -(across * bound + c) / along;
-        if (!(u[i] >= lo && u[i] <= hi)) {
-            return false;
-        }
     }
     p0 = steep ? Point2<T>(v[0], u[0]) : Point2<T>(u[0], v[0]);
     p1 = steep ? Point2<T>(v[1], u[1]) : Point2<T>(u[1], v[1]);

@@ -119,6 +119,7 @@ boost::shared_ptr<CImage> ReadJpeg(std::FILE* file, ReadLimits const& limits) {
     jpeg.out_color_space = isGrey ? JCS_GRAYSCALE : JCS_RGB;
     boost::shared_ptr<CImage> image =
         MakeImage({isGrey ? 1U : 3U, false}, jpeg.image_width, jpeg.image_height);
+    ReadComments(jpeg, *image);
     calls([&] {
         jpeg_start_decompress(&jpeg);
         while (jpeg.output_scanline < jpeg.output_height) {
@@ -127,7 +128,6 @@ boost::shared_ptr<CImage> ReadJpeg(std::FILE* file, ReadLimits const& limits) {
         }
         jpeg_finish_decompress(&jpeg);
     });
-    ReadComments(jpeg, *image);
     return image;
 }
 

@@ -40,30 +40,44 @@ constexpr char const* DescriptionKey = "Description";
 
 // ---- the library's access to the file, and what it says
 
-tmsize_t ReadProc(thandle_t file, void* bytes, tmsize_t size) {
-    return static_cast<tmsize_t>(
-        std::fread(bytes, 1, static_cast<std::size_t>(size), static_cast<std::FILE*>(file)));
+/// What the library hands back to the callbacks.
+struct Client {
+    std::FILE* file;
+    bool readPastEnd;
+    std::string reason; ///< the first thing that went wrong; later ones follow from it
+};
+
+std::FILE* FileOf(thandle_t client) {
+    return static_cast<Client*>(client)->file;
 }
 
-tmsize_t WriteProc(thandle_t file, void* bytes, tmsize_t size) {
-    return static_cast<tmsize_t>(
-        std::fwrite(bytes, 1, static_cast<std::size_t>(size), static_cast<std::FILE*>(file)));
+tmsize_t ReadProc(thandle_t client, void* bytes, tmsize_t size) {
+    auto const got =
+        static_cast<tmsize_t>(std::fread(bytes, 1, static_cast<std::size_t>(size), FileOf(client)));
+    if (got != size) {
+        static_cast<Client*>(client)->readPastEnd = true;
+    }
+    return got;
 }
 
-toff_t SeekProc(thandle_t handle, toff_t offset, int whence) {
-    auto* const file = static_cast<std::FILE*>(handle);
-    if (::fseeko(file, static_cast<off_t>(offset), whence) != 0) {
+tmsize_t WriteProc(thandle_t client, void* bytes, tmsize_t size) {
+    return static_cast<tmsize_t>(
+        std::fwrite(bytes, 1, static_cast<std::size_t>(size), FileOf(client)));
+}
+
+toff_t SeekProc(thandle_t client, toff_t offset, int whence) {
+    if (::fseeko(FileOf(client), static_cast<off_t>(offset), whence) != 0) {
         return static_cast<toff_t>(-1);
     }
-    return static_cast<toff_t>(::ftello(file));
+    return static_cast<toff_t>(::ftello(FileOf(client)));
 }
 
-int CloseProc(thandle_t /*file*/) {
-    return 0;
-} // whoever opened it closes it
+int CloseProc(thandle_t /*client*/) {
+    return 0; // whoever opened the file closes it
+}
 
-toff_t SizeProc(thandle_t handle) {
-    auto* const file = static_cast<std::FILE*>(handle);
+toff_t SizeProc(thandle_t client) {
+    std::FILE* const file = FileOf(client);
     off_t const position = ::ftello(file);
     ::fseeko(file, 0, SEEK_END);
     off_t const size = ::ftello(file);
@@ -71,14 +85,12 @@ toff_t SizeProc(thandle_t handle) {
     return static_cast<toff_t>(size);
 }
 
-/// Keeps the first thing that went wrong; later ones follow from it.
-int OnError(
-    TIFF* /*tiff*/, void* reason, char const* /*module*/, char const* format, va_list args) {
-    auto& text = *static_cast<std::string*>(reason);
-    if (text.empty()) {
+int OnError(TIFF*, void* client, char const* /*module*/, char const* format, va_list args) {
+    std::string& reason = static_cast<Client*>(client)->reason;
+    if (reason.empty()) {
         char line[256];
         std::vsnprintf(line, sizeof(line), format, args);
-        text = line;
+        reason = line;
     }
     return 1; // handled: nothing is printed
 }
@@ -90,13 +102,13 @@ int OnWarning(TIFF*, void*, char const*, char const*, va_list) {
 /// An open TIFF file. Calls that answer failure go through Check.
 class Tiff {
 public:
-    Tiff(std::FILE* file, char const* mode, uint64_t maxAllocation) {
+    Tiff(std::FILE* file, char const* mode, uint64_t maxAllocation) : m_client{file, false, ""} {
         std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const options(
             TIFFOpenOptionsAlloc(), TIFFOpenOptionsFree);
         if (!options) {
             throw std::bad_alloc();
         }
-        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, &m_reason);
+        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, &m_client);
         TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, nullptr);
         TIFFOpenOptionsSetMaxSingleMemAlloc(
             options.get(),
@@ -105,7 +117,7 @@ public:
         m_tiff.reset(TIFFClientOpenExt(
             "image",
             mode,
-            file,
+            &m_client,
             ReadProc,
             WriteProc,
             SeekProc,
@@ -121,7 +133,15 @@ public:
 
     void Check(bool success) const {
         if (!success) {
-            throw std::runtime_error(m_reason.empty() ? "the TIFF file is broken" : m_reason);
+            throw std::runtime_error(
+                m_client.reason.empty() ? "the TIFF file is broken" : m_client.reason);
+        }
+    }
+
+    /// The library passes over texts that it cannot read whole.
+    void CheckWhole() const {
+        if (m_client.readPastEnd) {
+            throw std::runtime_error("the file is cut off");
         }
     }
 
@@ -136,7 +156,7 @@ private:
         void operator()(TIFF* tiff) const { TIFFClose(tiff); }
     };
 
-    std::string m_reason; // lives longer than the file, whose closing may report
+    Client m_client; // lives longer than the file, whose closing may report
     std::unique_ptr<TIFF, Close> m_tiff;
 };
 
@@ -404,6 +424,7 @@ boost::shared_ptr<CImage> ReadTiff(std::FILE* file, ReadLimits const& limits) {
     boost::shared_ptr<CImage> image =
         header.IsPlain() ? ReadPlain(tiff, header, limits) : ReadOther(tiff, header);
     ReadTexts(tiff, *image);
+    tiff.CheckWhole();
     return image;
 }
 

@@ -1,0 +1,672 @@
+#include "cimage/ImageIO.h"
+
+#include <boost/property_tree/ptree.hpp>
+
+#include <gmock/gmock.h>
+#include <jpeglib.h>
+#include <png.h>
+#include <sys/resource.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace cimage;
+using boost::property_tree::ptree;
+using testing::AllOf;
+using testing::HasSubstr;
+using uchar = unsigned char;
+using ushort = unsigned short;
+using Grey = TImage<uchar>;
+using Rgb8 = TRGB<uchar>;
+using Rgba8 = TRGBA<uchar>;
+using Rgba16 = TRGBA<ushort>;
+
+/// Each test writes into an empty folder of its own.
+class ImageIO : public testing::Test {
+protected:
+    ImageIO() {
+        auto const& test = *testing::UnitTest::GetInstance()->current_test_info();
+        m_folder = fs::path(QUARN_TEST_OUTPUT) / "cimage" / test.name();
+        fs::remove_all(m_folder);
+        fs::create_directories(m_folder);
+    }
+
+    std::string Path(std::string const& name) const { return (m_folder / name).string(); }
+
+    std::string WriteFile(std::string const& name, std::string const& content) const {
+        std::ofstream(Path(name), std::ios::binary) << content;
+        return Path(name);
+    }
+    static std::string ReadFile(std::string const& path) {
+        std::ifstream stream(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    std::ptrdiff_t FilesInFolder() const {
+        return std::distance(fs::directory_iterator(m_folder), fs::directory_iterator());
+    }
+
+    /// What the failure says; nothing may appear on the error stream.
+    template <class Action>
+    static std::string Failure(Action const& action) {
+        testing::internal::CaptureStderr();
+        std::string reason = "no failure";
+        try {
+            action();
+        } catch (std::runtime_error const& failure) {
+            reason = failure.what();
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        return reason;
+    }
+    static std::string ReadFailure(std::string const& path) {
+        return Failure([&] { CreateFromFile(path, ptree()); });
+    }
+
+    fs::path m_folder;
+};
+
+template <class P>
+boost::shared_ptr<CImage> MakeNoise(unsigned width, unsigned height) {
+    auto image = boost::make_shared<TImage<P>>(width, height);
+    std::mt19937 random(width + 1000 * height);
+    for (unsigned y = 0; y < height; ++y) {
+        std::generate_n(
+            image->Bytes(y), width * sizeof(P), [&] { return static_cast<uchar>(random()); });
+    }
+    return image;
+}
+
+/// One image of every pixel type, by type number.
+std::vector<boost::shared_ptr<CImage>> MakeOneOfEach(unsigned width, unsigned height) {
+    return {
+        nullptr,
+        MakeNoise<uchar>(width, height),
+        MakeNoise<signed char>(width, height),
+        MakeNoise<ushort>(width, height),
+        MakeNoise<short>(width, height),
+        MakeNoise<Bayer<TBGGR<uchar>>>(width, height),
+        MakeNoise<Bayer<TGRBG<uchar>>>(width, height),
+        MakeNoise<Bayer<TRGGB<uchar>>>(width, height),
+        MakeNoise<Bayer<TGBRG<uchar>>>(width, height),
+        MakeNoise<Bayer<TBGGR<ushort>>>(width, height),
+        MakeNoise<Bayer<TGRBG<ushort>>>(width, height),
+        MakeNoise<Bayer<TRGGB<ushort>>>(width, height),
+        MakeNoise<Bayer<TGBRG<ushort>>>(width, height),
+        MakeNoise<Rgb8>(width, height),
+        MakeNoise<Rgba8>(width, height),
+        MakeNoise<TBGRA<uchar>>(width, height),
+        MakeNoise<TRGB<ushort>>(width, height),
+        MakeNoise<Rgba16>(width, height)};
+}
+
+void ExpectSamePixels(CImage const& a, CImage const& b, std::string const& what) {
+    ASSERT_EQ(a.Type(), b.Type()) << what;
+    ASSERT_EQ(a.Width(), b.Width()) << what;
+    ASSERT_EQ(a.Height(), b.Height()) << what;
+    for (unsigned y = 0; y < a.Height(); ++y) {
+        ASSERT_TRUE(std::equal(a.Bytes(y), a.Bytes(y) + a.Width() * a.BytesPerPixel(), b.Bytes(y)))
+            << what << ", row " << y;
+    }
+}
+
+TEST_F(ImageIO, EveryTypeComesBackAsTheFormatHoldsIt) {
+    enum : unsigned { U8 = 1, U16 = 3, RGB8 = 13, RGBA8 = 14, RGB16 = 16, RGBA16 = 17 };
+    struct {
+        unsigned stored, pgm, ppm;
+    } const table[] = {
+        {}, // stored by PNG and TIFF, and by PNM files of the two extensions
+        {U8, U8, RGB8},
+        {U8, U8, RGB8},
+        {U16, U16, RGB16},
+        {U16, U16, RGB16},
+        {U8, U8, RGB8},
+        {U8, U8, RGB8},
+        {U8, U8, RGB8},
+        {U8, U8, RGB8},
+        {U16, U16, RGB16},
+        {U16, U16, RGB16},
+        {U16, U16, RGB16},
+        {U16, U16, RGB16},
+        {RGB8, U8, RGB8},
+        {RGBA8, U8, RGB8},
+        {RGBA8, U8, RGB8},
+        {RGB16, U16, RGB16},
+        {RGBA16, U16, RGB16},
+    };
+    auto const withoutAlpha = [](unsigned type) {
+        return type == RGBA8 ? RGB8 : type == RGBA16 ? RGB16 : type;
+    };
+    for (unsigned width : {5U, 16U}) {
+        auto const images = MakeOneOfEach(width, 7);
+        for (unsigned type = 1; type < images.size(); ++type) {
+            auto const& row = table[type];
+            std::pair<char const*, unsigned> const expectations[] = {
+                {"a.png", row.stored},
+                {"a.TIFF", row.stored},
+                {"a.tif", row.stored},
+                {"a.pgm", row.pgm},
+                {"a.Ppm", row.ppm},
+                {"a.pnm", withoutAlpha(row.stored)}};
+            for (auto const& expected : expectations) {
+                Save(Path(expected.first), *images[type], ptree());
+                ptree metadata;
+                auto const read = Load(Path(expected.first), metadata);
+                auto const wanted = images[expected.second]->Clone();
+                bool const isMosaic = type >= 5 && type <= 12;
+                ConvertAs(isMosaic ? row.stored : type, *images[type], *wanted);
+                ExpectSamePixels(
+                    *read, *wanted, expected.first + (" of type " + std::to_string(type)));
+                EXPECT_TRUE(metadata.empty());
+            }
+        }
+    }
+}
+
+TEST_F(ImageIO, JpegStaysCloseToTheImage) {
+    TImage<Rgba16> image(33, 17);
+    Grey grey(33, 17);
+    for (unsigned y = 0; y < 17; ++y) {
+        for (unsigned x = 0; x < 33; ++x) {
+            image(x, y) = {static_cast<ushort>(x * 1900), static_cast<ushort>(y * 3800), 9000, 0};
+            grey(x, y) = static_cast<uchar>(x * 7);
+        }
+    }
+    ptree metadata;
+    TImage<Rgb8> read;
+    Save(Path("a.JPG"), image, ptree());
+    Load(Path("a.JPG"), read, metadata);
+    ASSERT_EQ(read.Width(), 33U);
+    for (unsigned y = 0; y < 17; ++y) {
+        for (unsigned x = 0; x < 33; ++x) {
+            EXPECT_NEAR(read(x, y).r, image(x, y).r >> 8, 12) << x << " " << y;
+            EXPECT_NEAR(read(x, y).b, 9000 >> 8, 12) << x << " " << y;
+        }
+    }
+    Save(Path("b.jpeg"), grey, ptree());
+    EXPECT_EQ(Load(Path("b.jpeg"), metadata)->Type(), Grey::StaticType);
+}
+
+TEST_F(ImageIO, MetadataComesBackFromEveryFormat) {
+    std::string const utf8 = "gr\xC3\xBC\xC3\x9F \xC2\xB5m";
+    ptree metadata;
+    metadata.put("Title", "a: b # c\\n");
+    metadata.put("Camera.Model", "M-1");
+    metadata.put("Camera.Lens.Focal length", "8.5");
+    metadata.put("Lines", "first\n\n\tthird \n");
+    metadata.put("Unit", utf8);
+    metadata.put("Empty", "");
+    ptree const kept = metadata;
+    metadata.put("_private.key", "secret");
+    metadata.put("Camera._serial", "secret");
+    metadata.push_back({"", ptree("secret")});
+    for (char const* name : {"a.png", "a.tif", "a.pgm", "a.ppm", "a.jpg"}) {
+        Save(Path(name), Grey(3, 3), metadata);
+        ptree read;
+        auto const image = Load(Path(name), read);
+        EXPECT_EQ(read, kept) << name;
+        EXPECT_EQ(image->Metadata(), kept) << name;
+        EXPECT_EQ(ReadFile(Path(name)).find("secret"), std::string::npos) << name;
+    }
+}
+
+TEST_F(ImageIO, MetadataThatTheFormatCannotHoldIsLeftOut) {
+    ptree metadata;
+    metadata.push_back({std::string(80, 'k'), ptree("x")});
+    metadata.push_back({"line\nend", ptree("x")});
+    metadata.put("Software", std::string("be\0fore", 7)); // a text tag of its own in TIFF
+    metadata.put("Long", std::string(70000, 'x'));        // longer than a JPEG comment
+    for (char const* name : {"a.png", "a.tif", "a.pgm", "a.jpg"}) {
+        Save(Path(name), Grey(3, 3), metadata);
+        ptree read;
+        Load(Path(name), read);
+        bool const isJpeg = fs::path(name).extension() == ".jpg";
+        EXPECT_EQ(read.get("Software", ""), "before") << name;
+        EXPECT_EQ(read.get("Long", "").size(), isJpeg ? 0U : 70000U) << name;
+        EXPECT_EQ(read.size(), isJpeg ? 1U : 2U) << name;
+    }
+}
+
+TEST_F(ImageIO, ForeignCommentsAreKept) {
+    auto const image = CreateFromFile(
+        WriteFile("a.pgm", "P5 #made by hand\r\n# CREATOR: Someone\n#plain\n1 1\n255\nx"), ptree());
+    EXPECT_EQ(image->Metadata().get("Comment", ""), "made by hand");
+    EXPECT_EQ(image->Metadata().get("CREATOR", ""), "Someone");
+    EXPECT_EQ(image->Row<char>(0)[0], 'x');
+}
+
+TEST_F(ImageIO, PnmCountsAreScaledToTheWholeRange) {
+    struct {
+        std::string content;
+        std::vector<unsigned> counts;
+        bool deep;
+    } const table[] = {
+        {"P2 3 1 255\n0 128 255", {0, 128, 255}, false},
+        {"P2\n#c\n3 #d\n1\n1\n0 1\n#e\n1", {0, 255, 255}, false},
+        {"P2 3 1 15 1 7 15\n", {17, 119, 255}, false},
+        {"P2 3 1 1000 0 1 1000", {0, 66, 65535}, true},
+        {"P2 3 1 65535 0 258 65535", {0, 258, 65535}, true},
+        {"P3 1 1 255 1 2 3", {1, 2, 3}, false},
+        {"P5 3 1 255\n\n\x80\xFF", {10, 128, 255}, false},
+        {"P5 3 1 100\n\x01\x32\x64", {3, 128, 255}, false},
+        {std::string("P5 3 1 65535\n\x01\x02\xFF\x00\x00\xFF", 19), {258, 65280, 255}, true},
+        {std::string("P6 1 1 1023\n\x03\xFF\x00\x00\x02\x00", 18), {65535, 0, 32800}, true},
+    };
+    for (auto const& c : table) {
+        auto const image = CreateFromFile(WriteFile("a.pnm", c.content), ptree());
+        ASSERT_EQ(image->BytesPerPixel() * image->Width(), c.deep ? 6U : 3U) << c.content;
+        for (unsigned i = 0; i < 3; ++i) {
+            unsigned const count = c.deep ? image->Row<ushort>(0)[i] : image->Row<uchar>(0)[i];
+            EXPECT_EQ(count, c.counts[i]) << c.content;
+        }
+    }
+}
+
+TEST_F(ImageIO, BrokenFilesAreRefusedWithPathAndReason) {
+    std::pair<std::string, char const*> const table[] = {
+        {"", "the file is empty"},
+        {"GIF89a", "format is unknown"},
+        {"P", "format is unknown"},
+        {"P4 8 1\nx", "not supported"},
+        {"P5 0 4 255\n", "no pixels"},
+        {"P5 4 0 255\n", "no pixels"},
+        {"P5 -1 4 255\n", "a number is expected"},
+        {"P5 1 1x 255\nx", "followed by something else"},
+        {"P5 99999999999999999999 1 255\n", "too large"},
+        {"P5 4294967297 1 255\nx", "too large"},
+        {"P5 1 1 0\nx", "1 ... 65535"},
+        {"P5 1 1 65536\nxx", "1 ... 65535"},
+        {"P5 100000 100000 255\nx", "more than the limit of 268435456"},
+        {"P6 16000 16000 255\nx", "cut off"},
+        {"P2 16000 16000 255\n1 1", "cut off"},
+        {"P2 2 1 7 1 8", "exceeds"},
+        {"P5 1 1 7\nx", "exceeds"},
+        {"P2 2 1 255 1 b", "a number is expected"},
+        {"P5 2 2 # comment without end", "cut off"},
+    };
+    for (auto const& c : table) {
+        std::string const path = WriteFile("broken.png", c.first);
+        EXPECT_THAT(ReadFailure(path), AllOf(HasSubstr("'" + path + "'"), HasSubstr(c.second)))
+            << c.first;
+    }
+    EXPECT_THAT(ReadFailure(Path("none.png")), HasSubstr("No such file"));
+    EXPECT_THAT(ReadFailure(m_folder.string()), HasSubstr("folder"));
+    EXPECT_THAT(ReadFailure("/dev/null"), HasSubstr("not a regular file"));
+}
+
+TEST_F(ImageIO, FilesCutOffAnywhereAreRefused) {
+    ptree metadata;
+    metadata.put("Key", "value");
+    for (char const* name : {"a.pgm", "a.png", "a.jpg", "a.tif"}) {
+        Save(Path(name), *MakeNoise<Rgb8>(9, 5), metadata);
+        for (auto size = fs::file_size(Path(name)); size-- > 0;) {
+            fs::resize_file(Path(name), size);
+            ASSERT_THAT(ReadFailure(Path(name)), HasSubstr(Path(name))) << "cut at " << size;
+        }
+    }
+}
+
+TEST_F(ImageIO, DamagedFilesNeverCrash) {
+    std::mt19937 random(3);
+    for (char const* name : {"a.ppm", "a.png", "a.jpg", "a.tif"}) {
+        Save(Path(name), *MakeNoise<Rgb8>(9, 5), ptree());
+        std::string const whole = ReadFile(Path(name));
+        ptree options;
+        options.put("max pixels", 1000000);
+        for (int i = 0; i < 400; ++i) {
+            std::string damaged = whole;
+            for (int n = 0; n < 3; ++n) {
+                damaged[random() % damaged.size()] = static_cast<char>(random());
+            }
+            std::string const path = WriteFile("damaged", damaged);
+            Failure([&] { CreateFromFile(path, options); });
+        }
+    }
+}
+
+TEST_F(ImageIO, LargerImagesThanAllowedAreRefused) {
+    for (char const* name : {"a.ppm", "a.png", "a.jpg", "a.tif"}) {
+        Save(Path(name), Grey(20, 5), ptree());
+        ptree options;
+        options.put("max pixels", 100);
+        EXPECT_NO_THROW(CreateFromFile(Path(name), options)) << name;
+        options.put("max pixels", 99);
+        EXPECT_THAT(
+            Failure([&] { CreateFromFile(Path(name), options); }),
+            HasSubstr("20 x 5 pixels, more than the limit of 99"));
+    }
+}
+
+// ---- files as other programs write them
+
+struct PngVariant {
+    int colour;
+    int bits;
+    int interlace;
+    std::vector<unsigned> packed; ///< the bytes of each of the four rows of four pixels
+    unsigned type;
+    std::vector<unsigned> first; ///< channels of the first pixel as read
+};
+
+void WritePngVariant(std::string const& path, PngVariant const& variant) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(
+        std::fopen(path.c_str(), "wb"), std::fclose);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file.get());
+    png_set_IHDR(png, info, 4, 4, variant.bits, variant.colour, variant.interlace, 0, 0);
+    png_color const palette[] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}};
+    png_byte const alpha[] = {50, 60};
+    if (variant.colour == PNG_COLOR_TYPE_PALETTE) {
+        png_set_PLTE(png, info, palette, variant.bits == 1 ? 2 : 4);
+        if (variant.bits == 4) {
+            png_set_tRNS(png, info, alpha, 2, nullptr);
+        }
+    }
+    png_write_info(png, info);
+    std::vector<png_byte> row(variant.packed.begin(), variant.packed.end());
+    std::vector<png_bytep> rows(4, row.data());
+    png_write_image(png, rows.data());
+    png_write_end(png, nullptr);
+    png_destroy_write_struct(&png, &info);
+}
+
+TEST_F(ImageIO, PngVariantsAreRead) {
+    constexpr int G = PNG_COLOR_TYPE_GRAY;
+    constexpr int P = PNG_COLOR_TYPE_PALETTE;
+    constexpr int GA = PNG_COLOR_TYPE_GRAY_ALPHA;
+    constexpr int C = PNG_COLOR_TYPE_RGB;
+    constexpr int Adam7 = PNG_INTERLACE_ADAM7;
+    PngVariant const variants[] = {
+        {G, 1, 0, {0x90}, 1, {255}},
+        {G, 2, 0, {0x80}, 1, {170}},
+        {G, 4, Adam7, {0x30, 0}, 1, {51}},
+        {P, 1, 0, {0x80}, 13, {4, 5, 6}},
+        {P, 2, Adam7, {0x80}, 13, {7, 8, 9}},
+        {P, 4, 0, {0x12, 0}, 14, {4, 5, 6, 60}},
+        {P, 8, 0, {3, 0, 0, 0}, 13, {10, 11, 12}},
+        {GA, 8, 0, {7, 8, 0, 0, 0, 0, 0, 0}, 14, {7, 7, 7, 8}},
+        {GA, 16, Adam7, {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 17, {258, 258, 258, 772}},
+        {C, 8, Adam7, {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 13, {1, 2, 3}},
+    };
+    for (PngVariant const& variant : variants) {
+        WritePngVariant(Path("a.png"), variant);
+        auto const image = CreateFromFile(Path("a.png"), ptree());
+        ASSERT_EQ(image->Type(), variant.type) << variant.colour << " " << variant.bits;
+        bool const deep = variant.bits == 16;
+        for (std::size_t i = 0; i < variant.first.size(); ++i) {
+            unsigned const count = deep ? image->Row<ushort>(3)[i] : image->Row<uchar>(3)[i];
+            EXPECT_EQ(count, variant.first[i]) << variant.colour << " " << variant.bits;
+        }
+    }
+}
+
+struct TiffVariant {
+    char const* what;
+    char const* mode;
+    uint16_t bits;
+    uint16_t samples;
+    uint16_t photometric;
+    uint16_t format;
+    uint16_t planar;
+    uint16_t compression;
+    uint32_t tile; ///< side length, 0 for strips
+    int extra;     ///< kind of the last sample, -1 for none
+    std::vector<unsigned> samplesOfLast;
+    unsigned type;
+    std::vector<unsigned> last; ///< channels of the last pixel as read
+};
+
+/// A 20 x 19 image, zero but for its last pixel.
+void WriteTiffVariant(std::string const& path, TiffVariant const& variant) {
+    constexpr uint32_t width = 20;
+    constexpr uint32_t height = 19;
+    std::unique_ptr<TIFF, void (*)(TIFF*)> const owner(
+        TIFFOpen(path.c_str(), variant.mode), TIFFClose);
+    TIFF* const tiff = owner.get();
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, variant.bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, variant.samples);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, variant.photometric);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, variant.format);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, variant.planar);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, variant.compression);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_BOTRIGHT); // must not turn the rows
+    if (variant.extra >= 0) {
+        auto const kind = static_cast<uint16_t>(variant.extra);
+        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+    }
+    if (variant.tile != 0) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, variant.tile);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, variant.tile);
+    } else {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 4);
+    }
+    bool const separate = variant.planar == PLANARCONFIG_SEPARATE;
+    unsigned const planes = separate ? variant.samples : 1U;
+    unsigned const channels = separate ? 1U : variant.samples;
+    uint32_t const blockWidth = variant.tile != 0 ? variant.tile : width;
+    uint32_t const blockHeight = variant.tile != 0 ? variant.tile : 4;
+    for (unsigned plane = 0; plane < planes; ++plane) {
+        for (uint32_t y = 0; y < height; y += blockHeight) {
+            for (uint32_t x = 0; x < width; x += blockWidth) {
+                std::vector<ushort> deep(blockWidth * blockHeight * channels);
+                std::vector<uchar> shallow(deep.size());
+                if (x + blockWidth >= width && y + blockHeight >= height) {
+                    std::size_t const pixel = (height - 1 - y) * blockWidth + width - 1 - x;
+                    for (unsigned c = 0; c < channels; ++c) {
+                        unsigned const value = variant.samplesOfLast[separate ? plane : c];
+                        deep[pixel * channels + c] = static_cast<ushort>(value);
+                        shallow[pixel * channels + c] = static_cast<uchar>(value);
+                    }
+                }
+                void* const bytes = variant.bits == 16 ? static_cast<void*>(deep.data())
+                                                       : static_cast<void*>(shallow.data());
+                auto const size = static_cast<tmsize_t>(deep.size() * variant.bits / 8);
+                if (variant.tile != 0) {
+                    TIFFWriteEncodedTile(
+                        tiff,
+                        TIFFComputeTile(tiff, x, y, 0, static_cast<uint16_t>(plane)),
+                        bytes,
+                        size);
+                } else {
+                    auto const rows = static_cast<tmsize_t>(std::min(blockHeight, height - y));
+                    TIFFWriteEncodedStrip(
+                        tiff,
+                        TIFFComputeStrip(tiff, y, static_cast<uint16_t>(plane)),
+                        bytes,
+                        size / static_cast<tmsize_t>(blockHeight) * rows);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ImageIO, TiffVariantsAreRead) {
+    constexpr uint16_t None = COMPRESSION_NONE;
+    constexpr uint16_t Lzw = COMPRESSION_LZW;
+    constexpr uint16_t Black = PHOTOMETRIC_MINISBLACK;
+    constexpr uint16_t White = PHOTOMETRIC_MINISWHITE;
+    constexpr uint16_t Colour = PHOTOMETRIC_RGB;
+    constexpr uint16_t UInt = SAMPLEFORMAT_UINT;
+    constexpr uint16_t Int = SAMPLEFORMAT_INT;
+    constexpr uint16_t Mixed = PLANARCONFIG_CONTIG;
+    constexpr uint16_t Planes = PLANARCONFIG_SEPARATE;
+    constexpr int Straight = EXTRASAMPLE_UNASSALPHA;
+    constexpr int Multiplied = EXTRASAMPLE_ASSOCALPHA;
+    TiffVariant const variants[] = {
+        {"tiles", "w", 8, 1, Black, UInt, Mixed, None, 16, -1, {9}, 1, {9}},
+        {"big-endian", "wb", 16, 3, Colour, UInt, Mixed, Lzw, 0, -1, {1, 2, 300}, 16, {1, 2, 300}},
+        {"BigTIFF", "w8", 8, 3, Colour, UInt, Mixed, Lzw, 0, -1, {1, 2, 3}, 13, {1, 2, 3}},
+        {"planes", "w", 8, 3, Colour, UInt, Planes, Lzw, 0, -1, {1, 2, 3}, 13, {1, 2, 3}},
+        {"plane tiles", "w", 16, 3, Colour, UInt, Planes, None, 16, -1, {1, 2, 3}, 16, {1, 2, 3}},
+        {"inverted", "w", 8, 1, White, UInt, Mixed, None, 0, -1, {9}, 1, {246}},
+        {"signed", "w", 16, 1, Black, Int, Mixed, None, 0, -1, {0xFFFE}, 4, {0xFFFE}},
+        {"alpha",
+         "w",
+         8,
+         4,
+         Colour,
+         UInt,
+         Mixed,
+         None,
+         0,
+         Straight,
+         {9, 8, 7, 6},
+         14,
+         {9, 8, 7, 6}},
+        {"premultiplied",
+         "w",
+         16,
+         4,
+         Colour,
+         UInt,
+         Mixed,
+         None,
+         0,
+         Multiplied,
+         {100, 0, 32768, 32768},
+         17,
+         {200, 0, 65535, 32768}},
+        {"grey and alpha",
+         "w",
+         8,
+         2,
+         Black,
+         UInt,
+         Mixed,
+         None,
+         0,
+         Straight,
+         {9, 255},
+         14,
+         {9, 9, 9}},
+    };
+    for (TiffVariant const& variant : variants) {
+        WriteTiffVariant(Path("a.tif"), variant);
+        auto const image = CreateFromFile(Path("a.tif"), ptree());
+        ASSERT_EQ(image->Type(), variant.type) << variant.what;
+        std::size_t const channels = image->BytesPerPixel() / (variant.bits / 8U);
+        for (std::size_t i = 0; i < variant.last.size(); ++i) {
+            std::size_t const at = 19 * channels + i;
+            unsigned const count =
+                variant.bits == 16 ? image->Row<ushort>(18)[at] : image->Row<uchar>(18)[at];
+            EXPECT_EQ(count, variant.last[i]) << variant.what << " " << i;
+        }
+        EXPECT_EQ(*image->Row<uchar>(0), variant.photometric == White ? 255 : 0) << variant.what;
+    }
+}
+
+TEST_F(ImageIO, JpegOfFourPrintingColoursIsRefused) {
+    jpeg_compress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    std::FILE* const file = std::fopen(Path("a.jpg").c_str(), "wb");
+    jpeg_stdio_dest(&jpeg, file);
+    jpeg.image_width = jpeg.image_height = 1;
+    jpeg.input_components = 4;
+    jpeg.in_color_space = JCS_CMYK;
+    jpeg_set_defaults(&jpeg);
+    jpeg_start_compress(&jpeg, TRUE);
+    uchar pixel[4] = {1, 2, 3, 4};
+    JSAMPROW row = pixel;
+    jpeg_write_scanlines(&jpeg, &row, 1);
+    jpeg_finish_compress(&jpeg);
+    jpeg_destroy_compress(&jpeg);
+    std::fclose(file);
+    EXPECT_THAT(ReadFailure(Path("a.jpg")), HasSubstr("four printing colours"));
+}
+
+// ---- saving
+
+TEST_F(ImageIO, SaveRefusesWhatItCannotWrite) {
+    std::tuple<char const*, unsigned, char const*> const table[] = {
+        {"a.png", 0, "no pixels"},
+        {"a.bmp", 4, "'bmp'"},
+        {"png", 4, "''"},
+        {"none/a.png", 4, "No such file"},
+        {"folder.ppm", 4, "directory"},
+        {"wide.jpg", 70000, "65500"},
+    };
+    fs::create_directory(Path("folder.ppm"));
+    for (auto const& c : table) {
+        std::string const path = Path(std::get<0>(c));
+        EXPECT_THAT(
+            Failure([&] { Save(path, Grey(std::get<1>(c), 1), ptree()); }),
+            AllOf(HasSubstr("'" + path + "'"), HasSubstr(std::get<2>(c))));
+        EXPECT_EQ(FilesInFolder(), 1) << path;
+    }
+}
+
+TEST_F(ImageIO, AWriteProtectedFileIsNotReplaced) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "needs a user whom file permissions bind; root is not";
+    }
+    fs::permissions(WriteFile("a.pgm", "old"), fs::perms::owner_read);
+    EXPECT_THAT(
+        Failure([&] { Save(Path("a.pgm"), Grey(2, 2), ptree()); }), HasSubstr("Permission denied"));
+    EXPECT_EQ(ReadFile(Path("a.pgm")), "old");
+}
+
+TEST_F(ImageIO, AFailedSaveLeavesTheOldFileAndNothingElse) {
+    auto const image = MakeNoise<Rgb8>(200, 200);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (char const* name : {"a.ppm", "a.png", "a.jpg", "a.tif"}) {
+        WriteFile(name, "old");
+        rlimit full = limit;
+        full.rlim_cur = 20000; // as a full disk
+        ::setrlimit(RLIMIT_FSIZE, &full);
+        std::string const reason = Failure([&] { Save(Path(name), *image, ptree()); });
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_THAT(reason, HasSubstr(Path(name)));
+        EXPECT_EQ(ReadFile(Path(name)), "old") << name;
+    }
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(FilesInFolder(), 4);
+}
+
+TEST_F(ImageIO, ALinkIsFollowed) {
+    WriteFile("real.pgm", "old");
+    fs::create_symlink("real.pgm", Path("link.pgm"));
+    Save(Path("link.pgm"), Grey(2, 2), ptree());
+    EXPECT_TRUE(fs::is_symlink(Path("link.pgm")));
+    EXPECT_EQ(ReadFile(Path("real.pgm")).substr(0, 2), "P5");
+}
+
+TEST_F(ImageIO, ManyThreadsMaySaveUnderOneName) {
+    auto const image = MakeNoise<Rgb8>(64, 64);
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.emplace_back([&] {
+            for (int n = 0; n < 10; ++n) {
+                Save(Path("a.png"), *image, ptree());
+                ptree metadata;
+                ExpectSamePixels(*Load(Path("a.png"), metadata), *image, "a.png");
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    EXPECT_EQ(FilesInFolder(), 1);
+}
+
+} // namespace
