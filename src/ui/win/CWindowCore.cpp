@@ -10,6 +10,8 @@ namespace ui::win {
 
 namespace {
 
+constexpr char defaultFontName[] = "Liberation Sans";
+
 /// The nearest whole pixel; 0 for what no window can have.
 int RoundToPixel(double pixels) {
     double const rounded = std::nearbyint(pixels);
@@ -37,7 +39,7 @@ int ToScreen<int>(double value) {
 
 } // namespace
 
-CWindowCore::CWindowCore() : m_fontName("Liberation Sans") {}
+CWindowCore::CWindowCore() : m_fontName(defaultFontName) {}
 CWindowCore::~CWindowCore() = default;
 
 void CWindowCore::SetViewPort(
@@ -51,6 +53,19 @@ void CWindowCore::SetViewPort(
     if (camera) {
         m_camera = std::move(camera);
     }
+}
+
+void CWindowCore::ResetDrawingState(boost::shared_ptr<CCamera> const& camera) {
+    m_viewPortMode = ViewPortCamera;
+    m_viewPort = CWindowViewPort();
+    m_camera = camera;
+    m_translation = {0, 0};
+    m_blend = BlendOpaque;
+    m_fontName = defaultFontName;
+    m_horizontalAlign = AlignLeft;
+    m_verticalAlign = AlignTop;
+    m_theme = Theme();
+    m_flags &= ~static_cast<std::uint32_t>(StateDepthBuffer);
 }
 
 bool CWindowCore::BindImage(SPImage const&) {

@@ -219,7 +219,9 @@ public:
     std::uint32_t DrawQueueLength() const { return m_drawQueueLength; }
 
 protected:
-    void ReleaseAllTimers() { m_timers.clear(); }
+    /// Puts the state that this class keeps of view, text and blending back to what a fresh core
+    /// has, with the given camera in the camera mode.
+    void ResetDrawingState(boost::shared_ptr<CCamera> const& camera);
 
     std::string m_title;
     std::uint32_t m_width = 0;

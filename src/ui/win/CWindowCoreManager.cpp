@@ -134,6 +134,10 @@ void CWindowCoreManager::Draw() {
 void CWindowCoreManager::DrawPlugins() {
     for (Plugin const& plugin : m_plugins) {
         if (plugin.enabled) {
+            CWindowViewPort whole;
+            SetViewPort(ViewPortPixels, &whole, boost::shared_ptr<CCamera>());
+            SetTranslation(0, 0, false);
+            SetBlend(BlendAlpha);
             plugin.widget->Draw(this);
         }
     }

@@ -8,6 +8,7 @@
 #include "ui/win/Event.h"
 #include "ui/win/ScreenGeometry.h"
 
+#include <boost/enable_shared_from_this.hpp>
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/signals2/signal.hpp>
@@ -37,7 +38,8 @@ using CImageRGB = cimage::TImage<cimage::TRGB<unsigned char>>;
 /// Threads: PushCommand, SetEventMask, WaitForEvent and FlushEvent may be called from any thread.
 /// Everything else belongs to the one thread that executes commands, delivers events and draws;
 /// with this base's PushCommand that is whoever pushes. Held by boost::shared_ptr in a CWindow.
-class CWindowCoreManager : public CWindowCore {
+class CWindowCoreManager : public CWindowCore,
+                           public boost::enable_shared_from_this<CWindowCoreManager> {
 public:
     /// Called with every finished frame that is grabbed, on the thread that drew it.
     using ExposeSignal = boost::signals2::signal<void(cimage::CImage const&)>;
@@ -83,7 +85,7 @@ public:
 
     /// One drawing pass: every layer, in ascending order, into this core.
     void Draw();
-    /// Draws the enabled plugins, in list order.
+    /// Draws the enabled plugins in list order, each blended over the whole window in pixels.
     void DrawPlugins();
     /// Takes over a copy of a window's layers.
     void Replace(CDrawerList const& layers);

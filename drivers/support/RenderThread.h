@@ -1,0 +1,80 @@
+#pragma once
+
+#include "ui/win/CWindowCommand.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <boost/weak_ptr.hpp>
+
+#include <cstddef>
+#include <deque>
+#include <vector>
+
+namespace drivers::support {
+
+/// What a render thread serves: one window. Called on that thread only.
+class RenderClient {
+public:
+    virtual ~RenderClient() = default;
+    /// Executes one command and completes it, now or at the end of the batch. Throws nothing.
+    virtual void Serve(ui::win::SPCommand const& command) = 0;
+    /// Called after every batch of commands and when the time asked for has passed.
+    /// @return how long the thread may sleep; not_a_date_time when no time is set
+    virtual boost::posix_time::time_duration FinishBatch() = 0;
+};
+
+/// A thread that executes the commands of one or more windows, in the order in which they came.
+///
+/// Shared by its windows and by the thread itself. Windows are held weakly and kept alive only
+/// while they are served, so that a window may be dropped at any time, by any thread.
+class RenderThread : public boost::enable_shared_from_this<RenderThread> {
+public:
+    RenderThread() = default;
+    ~RenderThread();
+    RenderThread(RenderThread const&) = delete;
+    RenderThread& operator=(RenderThread const&) = delete;
+
+    /// Queues a command for a window; the first one starts the thread. Any thread.
+    void Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command);
+
+    /// Takes a window that is being destroyed out of service: once this returns the thread does
+    /// nothing more for it. Without windows the thread ends, and is waited for unless it is the
+    /// caller.
+    /// @return the window's commands that were not executed, in order, for the caller to see to
+    std::vector<ui::win::SPCommand> Retire(RenderClient const* client);
+
+    /// True on the thread itself.
+    bool IsCurrent() const;
+
+private:
+    struct Entry {
+        RenderClient const* key; // tells windows apart that cannot be locked any more
+        boost::weak_ptr<RenderClient> client;
+        ui::win::SPCommand command;
+    };
+    struct Client {
+        RenderClient const* key;
+        boost::weak_ptr<RenderClient> client;
+    };
+
+    void Run();
+    bool WaitForWork(boost::posix_time::time_duration timeout, std::size_t& batchSize);
+    void ServeNext();
+    boost::posix_time::time_duration FinishBatch();
+    bool IsRunning() const { return m_threadId == boost::this_thread::get_id(); }
+
+    mutable boost::mutex m_mutex;
+    boost::condition_variable m_work;
+    // All guarded by m_mutex.
+    std::deque<Entry> m_queue;
+    std::deque<Entry> m_orphans; // came to their turn after the last reference to the window went
+    std::vector<Client> m_clients;
+    boost::thread m_thread;
+    boost::thread::id m_threadId;
+};
+
+} // namespace drivers::support
