@@ -2,16 +2,17 @@
 
 #include "math/Point2.h"
 #include "math/Point3.h"
+#include "math/Rect2.h"
 #include "ui/win/CWidget.h"
 #include "ui/win/Event.h"
 #include "ui/win/drawables/Images.h"
 #include "ui/win/drawables/StateObjects.h"
 #include "ui/win/drawables/VertexArrays.h"
 
+#include <boost/function.hpp>
+
 #include <string>
 #include <utility>
-
-#include <boost/function.hpp>
 
 // The retained drawables that a window's drawing calls push: small objects, immutable once they
 // are pushed, each replaying one call (or a short fixed sequence) into a drawing core. Draw
@@ -19,27 +20,19 @@
 
 namespace ui::win {
 
-/// Edges of a rectangle in the current view's units.
-struct Edges {
-    double x0;
-    double y0;
-    double x1;
-    double y1;
-};
-
 /// A rectangle's area or outline.
 template <bool Filled>
 class BoxShape : public CWidget {
 public:
-    BoxShape(double x0, double y0, double x1, double y1) : m_edges{x0, y0, x1, y1} {}
+    BoxShape(double x0, double y0, double x1, double y1) : m_edges(x0, y0, x1, y1) {}
     char const* getName() const override { return Filled ? "Box" : "Rectangle"; }
     int Draw(CWindowCore* core) override {
-        core->DrawBox(m_edges.x0, m_edges.y0, m_edges.x1, m_edges.y1, Filled);
+        core->DrawBox(m_edges.left, m_edges.top, m_edges.right, m_edges.bottom, Filled);
         return 1;
     }
 
 private:
-    Edges const m_edges;
+    math::Rect2<double> const m_edges;
 };
 
 using Box = BoxShape<true>;
@@ -49,19 +42,12 @@ using Rectangle = BoxShape<false>;
 class Ellipse : public CWidget {
 public:
     Ellipse(double x0, double y0, double x1, double y1, bool filled);
-    Ellipse(
-        double x0,
-        double y0,
-        double x1,
-        double y1,
-        double start,
-        double end,
-        bool filled);
+    Ellipse(double x0, double y0, double x1, double y1, double start, double end, bool filled);
     char const* getName() const override { return "Ellipse"; }
     int Draw(CWindowCore* core) override;
 
 private:
-    Edges const m_edges;
+    math::Rect2<double> const m_edges;
     double const m_start;
     double const m_end;
     bool const m_filled;
@@ -83,9 +69,11 @@ public:
     char const* getName() const override { return "Text"; }
     int Draw(CWindowCore* core) override;
 
-private:
-    friend class ShadowText;
+protected:
+    /// Draws the text away from its position by so much in each direction.
+    void DrawShifted(CWindowCore* core, double shift) const;
 
+private:
     math::Point3<double> const m_position;
     std::string const m_text;
 };
@@ -116,7 +104,7 @@ public:
     bool Interact(CWindowCoreManager* manager, Event const& event) override;
 
 private:
-    Edges const m_edges;
+    math::Rect2<double> const m_edges;
     CWindowEvents_ID const m_kind;
     boost::function<void()> const m_callback;
 };

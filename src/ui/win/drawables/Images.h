@@ -7,11 +7,12 @@
 #include "ui/win/CWidget.h"
 #include "ui/win/CWindowCore.h"
 
-#include <array>
-#include <cstddef>
-
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
 
 namespace ui::win {
 
@@ -50,9 +51,7 @@ public:
     /// distance 1 of a camera in space.
     explicit Image(SPImage image);
     Image(
-        math::Point2<float> const& topLeft,
-        math::Point2<float> const& bottomRight,
-        SPImage image);
+        math::Point2<float> const& topLeft, math::Point2<float> const& bottomRight, SPImage image);
     char const* getName() const override { return "Image"; }
     /// @return 1
     int Draw(CWindowCore* core) override;
@@ -85,9 +84,7 @@ public:
         unsigned width,
         unsigned height)
         : Image(
-              topLeft,
-              bottomRight,
-              boost::make_shared<cimage::TImage<P>>(pixels, width, height)) {}
+              topLeft, bottomRight, boost::make_shared<cimage::TImage<P>>(pixels, width, height)) {}
 };
 
 /// A shared image over any quadrilateral. Corners: top right, top left, bottom left, bottom right

@@ -55,6 +55,7 @@ public:
 class SetPointSize : public CoreOperation<&CWindowCore::SetPointSize, float> {
 public:
     explicit SetPointSize(double size) : CoreOperation(static_cast<float>(size)) {}
+    char const* getName() const override { return "SetPointSize"; }
 };
 
 class SetFontName : public CWidget {

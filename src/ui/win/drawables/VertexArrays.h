@@ -108,8 +108,7 @@ public:
     PolyLine(std::vector<V> const& vertices, bool closed)
         : VertexArray<V>(vertices), m_closed(closed) {}
     /// Takes the caller's storage and leaves the vector empty.
-    PolyLine(std::vector<V>& vertices, bool closed)
-        : VertexArray<V>(vertices), m_closed(closed) {}
+    PolyLine(std::vector<V>& vertices, bool closed) : VertexArray<V>(vertices), m_closed(closed) {}
     PolyLine(V const& p0, V const& p1) : m_closed(false) { this->Vertices() = {p0, p1}; }
     PolyLine(double x0, double y0, double x1, double y1)
         : PolyLine(InPlane(x0, y0), InPlane(x1, y1)) {}

@@ -23,4 +23,29 @@ struct XOpacity {
 struct XConversion {};
 struct XFilter {};
 
+/// The type of image that an option makes.
+template <class X>
+struct XOutput {
+    using type = cimage::TImage<cimage::TRGBA<unsigned char>>;
+};
+template <>
+struct XOutput<XFilter> {
+    using type = cimage::TImage<cimage::TRGB<unsigned char>>;
+};
+
+using XGrey = cimage::TImage<unsigned char>;
+using XColour = cimage::TImage<cimage::TRGB<unsigned char>>;
+
+/// Fills an output of the input's size as the option says. Of an alpha value, the whole part's low
+/// byte counts.
+void XImgProc(XColour const& input, XColorKey const& option, XOutput<XColorKey>::type& output);
+void XImgProc(XGrey const& input, XOpacity const& option, XOutput<XOpacity>::type& output);
+
+// The combinations that are hooks.
+inline void XImgProc(XGrey const&, XColorKey const&, XOutput<XColorKey>::type&) {}
+inline void XImgProc(XColour const&, XConversion const&, XOutput<XConversion>::type&) {}
+inline void XImgProc(XGrey const&, XConversion const&, XOutput<XConversion>::type&) {}
+inline void XImgProc(XColour const&, XFilter const&, XOutput<XFilter>::type&) {}
+inline void XImgProc(XGrey const&, XFilter const&, XOutput<XFilter>::type&) {}
+
 } // namespace ui::win
