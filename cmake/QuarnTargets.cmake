@@ -58,18 +58,25 @@ function(quarn_driver name)
             LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${QUARN_DRIVER_SUBDIR})
 endfunction()
 
+# Lets a target include test helpers and find the pictures and files of the tests.
+function(quarn_test_paths target)
+    target_include_directories(
+        ${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests
+    )
+    target_compile_definitions(
+        ${target} PRIVATE QUARN_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
+                          QUARN_TEST_GOLDEN="${PROJECT_SOURCE_DIR}/tests/golden"
+                          QUARN_TEST_OUTPUT="${PROJECT_BINARY_DIR}/test_output"
+    )
+endfunction()
+
 # quarn_test(<name> SOURCES ... [LINK ...])
 # One test program; every TEST in it becomes a ctest entry.
 function(quarn_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     quarn_configure(${name})
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
-    target_compile_definitions(
-        ${name} PRIVATE QUARN_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
-                        QUARN_TEST_GOLDEN="${PROJECT_SOURCE_DIR}/tests/golden"
-                        QUARN_TEST_OUTPUT="${PROJECT_BINARY_DIR}/test_output"
-    )
+    quarn_test_paths(${name})
     target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
