@@ -95,6 +95,14 @@ TEST_F(INIFileTest, ChangesTouchOnlyTheirOwnLine) {
         {"[A]\na=1\n[B]\n[A]\nb=2\n",
          [](INIFile& i) { i.Node("A")->Set("c", "3"); },
          "[A]\na=1\n[B]\n[A]\nb=2\nc = 3\n"},
+        {"a=1\n; c\nb=2\n;e\nb=3\n",
+         [](INIFile& i) {
+             i.Erase("b");
+             i.Set("d", "4");
+             i.Erase("a");
+             i.Set("d", "5");
+         },
+         "d = 5\n; c\n;e\n"},
         {"", [](INIFile& i) { i.Node("A")->Set("", "x"); }, "[A]\n= x\n"},
         {"K=1", [](INIFile& i) { i.Node("A")->Set("a", "x"); }, "K=1\n\n[A]\na = x\n"},
     };

@@ -26,8 +26,7 @@ INIFile::INIFile(detail::Document* document, detail::Section* section)
 INIFile::~INIFile() = default;
 
 void INIFile::Load(std::string const& path) {
-    std::string const content = detail::ReadFile(path);
-    m_document->Read(content);
+    m_document->Read(detail::ReadFile(path));
     m_document->fileName = path;
 }
 
@@ -66,12 +65,11 @@ bool INIFile::Contains(INIFile const* file) const {
 }
 
 bool INIFile::Has(std::string const& key) const {
-    return Find(key) != nullptr;
+    return m_section->keys.count(key) != 0;
 }
 
-std::string const* INIFile::Find(std::string const& key) const {
-    auto const found = m_section->keys.find(key);
-    return found == m_section->keys.end() ? nullptr : &found->second.back().line->value;
+std::optional<std::string> INIFile::Find(std::string const& key) const {
+    return detail::Document::Find(*m_section, key);
 }
 
 std::string INIFile::Get(std::string const& key, char const* defaultValue) const {
@@ -92,15 +90,7 @@ bool INIFile::Erase(std::string const& key) {
 }
 
 std::vector<std::string> INIFile::Keys() const {
-    std::vector<std::string> keys;
-    for (detail::Block const* const block : m_section->blocks) {
-        for (detail::Line const& line : *block) {
-            if (line.isKey && &line == &*m_section->keys.at(line.key).back().line) {
-                keys.push_back(line.key);
-            }
-        }
-    }
-    return keys;
+    return detail::Document::Keys(*m_section);
 }
 
 bool INIFile::Parse(std::string const& text, std::string& value) {

@@ -5,6 +5,7 @@
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <optional>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -78,8 +79,8 @@ public:
     bool Contains(INIFile const* file) const;
 
     bool Has(std::string const& key) const;
-    /// @return the key's text, null when there is none; valid until the key or the document changes
-    std::string const* Find(std::string const& key) const;
+    /// @return the key's text, nothing when there is none
+    std::optional<std::string> Find(std::string const& key) const;
 
     /// Looks a key up as text, bool (TRUE or FALSE in any letter case) or a number.
     /// @return whether the key was found; where not, value keeps what it held
@@ -127,7 +128,7 @@ bool INIFile::Parse(std::string const& text, T& value) {
 
 template <class T>
 bool INIFile::Lookup(std::string const& key, T& value) const {
-    std::string const* const text = Find(key);
+    std::optional<std::string> const text = Find(key);
     if (!text) {
         return false;
     }

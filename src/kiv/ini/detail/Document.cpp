@@ -110,26 +110,44 @@ std::optional<std::string_view> HeaderName(std::string_view line) {
     return name;
 }
 
-Line MakeLine(std::string raw) {
-    Line line;
-    line.raw = std::move(raw);
-    std::string_view const text = WithoutLineEnd(line.raw);
+// The key and the value's text of a line; nothing for a line of another kind.
+struct Parts {
+    std::string_view key;
+    std::string_view value;
+};
+
+std::optional<Parts> Split(std::string_view line) {
+    std::string_view const text = WithoutLineEnd(line);
     std::string_view const start = Trim(text);
     std::size_t const equals = text.find('=');
     if (IsComment(start) || StartsWith(start, "[") || equals == std::string_view::npos) {
-        return line;
+        return std::nullopt;
     }
-    line.isKey = true;
-    line.key = Trim(text.substr(0, equals));
-    std::string_view const value = Trim(text.substr(equals + 1));
-    line.valueBegin = static_cast<std::size_t>(value.data() - line.raw.data());
-    line.valueSize = value.size();
-    line.value = Unquote(value).value_or(std::string(value));
+    return Parts{Trim(text.substr(0, equals)), Trim(text.substr(equals + 1))};
+}
+
+std::string Decode(std::string_view text) {
+    std::optional<std::string> quoted = Unquote(text);
+    return quoted ? *std::move(quoted) : std::string(text);
+}
+
+void SetText(Line& line, std::string text) {
+    line.own = std::make_unique<std::string>(std::move(text));
+    line.text = *line.own;
+}
+
+Line MakeLine(std::string text) {
+    Line line;
+    SetText(line, std::move(text));
     return line;
 }
 
+Line& At(KeyLine const& place) {
+    return place.block->lines[place.index];
+}
+
 bool IsBlank(Line const& line) {
-    return Trim(WithoutLineEnd(line.raw)).empty();
+    return Trim(WithoutLineEnd(line.text)).empty();
 }
 
 bool CanBeKey(std::string_view key) {
@@ -142,9 +160,36 @@ bool CanBeName(std::string_view name) {
            Trim(name).size() == name.size();
 }
 
+void AddKeyLine(Section& section, std::string_view key, KeyLine const& place) {
+    place.block->keysEnd = place.index + 1;
+    auto const added = section.keys.try_emplace(key, KeyLines{place, nullptr});
+    if (!added.second) {
+        KeyLines& lines = added.first->second;
+        if (!lines.earlier) {
+            lines.earlier = std::make_unique<std::vector<KeyLine>>();
+        }
+        lines.earlier->push_back(lines.last);
+        lines.last = place;
+    }
+}
+
+// Lines of other keys keep their places, so that the index stays right: an erased line stays as an
+// empty one until no key follows it.
+void EraseLine(KeyLine const& place) {
+    Block& block = *place.block;
+    SetText(At(place), {});
+    while (block.keysEnd > 0 && !Split(block.lines[block.keysEnd - 1].text)) {
+        --block.keysEnd;
+        auto const line = block.lines.begin() + static_cast<std::ptrdiff_t>(block.keysEnd);
+        if (line->text.empty()) {
+            block.lines.erase(line);
+        }
+    }
+}
+
 } // namespace
 
-void Document::Read(std::string_view content) {
+void Document::Read(std::string content) {
     m_own.blocks.clear();
     m_own.keys.clear();
     for (auto& entry : m_sections) {
@@ -152,36 +197,35 @@ void Document::Read(std::string_view content) {
         entry.second.keys.clear();
     }
     m_blocks.clear();
-    m_byteOrderMark = StartsWith(content, kByteOrderMark) ? kByteOrderMark : std::string_view();
-    content.remove_prefix(m_byteOrderMark.size());
-    std::size_t const firstEnd = content.find('\n');
+    m_content = std::move(content);
+    m_markSize = StartsWith(m_content, kByteOrderMark) ? kByteOrderMark.size() : 0;
+    std::size_t const firstEnd = m_content.find('\n');
     bool const carriageReturns =
-        firstEnd != std::string_view::npos && firstEnd > 0 && content[firstEnd - 1] == '\r';
+        firstEnd != std::string::npos && firstEnd > 0 && m_content[firstEnd - 1] == '\r';
     m_lineEnd = carriageReturns ? "\r\n" : "\n";
 
     Section* section = &m_own;
     Block* block = &Append(m_own);
-    while (!content.empty()) {
-        std::size_t const last = std::min(content.find('\n'), content.size() - 1);
-        std::string_view const raw = content.substr(0, last + 1);
-        content.remove_prefix(raw.size());
-        if (auto const name = HeaderName(WithoutLineEnd(raw))) {
+    std::string_view rest = std::string_view(m_content).substr(m_markSize);
+    while (!rest.empty()) {
+        std::size_t const last = std::min(rest.find('\n'), rest.size() - 1);
+        std::string_view const text = rest.substr(0, last + 1);
+        rest.remove_prefix(text.size());
+        if (auto const name = HeaderName(WithoutLineEnd(text))) {
             section = &Named(std::string(*name));
             block = &Append(*section);
+        } else if (auto const parts = Split(text)) {
+            AddKeyLine(*section, parts->key, {block, block->lines.size()});
         }
-        block->push_back(MakeLine(std::string(raw)));
-        auto const line = std::prev(block->end());
-        if (line->isKey) {
-            section->keys[line->key].push_back({block, line});
-        }
+        block->lines.push_back({text, nullptr});
     }
 }
 
 std::string Document::Write() const {
-    std::string content = m_byteOrderMark;
+    std::string content = m_content.substr(0, m_markSize);
     for (Block const& block : m_blocks) {
-        for (Line const& line : block) {
-            content += line.raw;
+        for (Line const& line : block.lines) {
+            content += line.text;
         }
     }
     return content;
@@ -201,12 +245,38 @@ std::vector<std::string> Document::Names() const {
     std::vector<std::string> names;
     std::set<std::string_view> seen;
     for (auto block = std::next(m_blocks.begin()); block != m_blocks.end(); ++block) {
-        std::string_view const name = *HeaderName(WithoutLineEnd(block->front().raw));
+        std::string_view const name = *HeaderName(WithoutLineEnd(block->lines.front().text));
         if (seen.insert(name).second) {
             names.emplace_back(name);
         }
     }
     return names;
+}
+
+std::vector<std::string> Document::Keys(Section const& section) {
+    std::vector<std::string> keys;
+    keys.reserve(section.keys.size());
+    for (Block const* const block : section.blocks) {
+        for (std::size_t i = 0; i < block->keysEnd; ++i) {
+            auto const parts = Split(block->lines[i].text);
+            if (!parts) {
+                continue;
+            }
+            KeyLine const& last = section.keys.at(parts->key).last;
+            if (last.block == block && last.index == i) {
+                keys.emplace_back(parts->key);
+            }
+        }
+    }
+    return keys;
+}
+
+std::optional<std::string> Document::Find(Section const& section, std::string const& key) {
+    auto const known = section.keys.find(key);
+    if (known == section.keys.end()) {
+        return std::nullopt;
+    }
+    return Decode(Split(At(known->second.last).text)->value);
 }
 
 Block& Document::Append(Section& section) {
@@ -217,60 +287,62 @@ Block& Document::Append(Section& section) {
 
 Block& Document::AppendNew(Section& section) {
     Block& before = m_blocks.back();
-    if (!before.empty()) {
-        EndLine(before, before.end());
-        if (!IsBlank(before.back())) {
-            before.push_back(MakeLine(m_lineEnd));
+    if (!before.lines.empty()) {
+        EndLine(before, before.lines.size());
+        if (!IsBlank(before.lines.back())) {
+            before.lines.push_back(MakeLine(m_lineEnd));
         }
     }
     Block& block = Append(section);
-    block.push_back(MakeLine('[' + section.name + ']' + m_lineEnd));
+    block.lines.push_back(MakeLine('[' + section.name + ']' + m_lineEnd));
     return block;
 }
 
 // Behind the last key. In a block without one: behind what opens the block, but before blank lines
 // at its end and before comments that touch the next header and so belong to that.
-Block::iterator Document::PlaceOfNewKey(Block& block) {
-    for (auto line = block.rbegin(); line != block.rend(); ++line) {
-        if (line->isKey) {
-            return line.base();
-        }
+std::size_t Document::PlaceOfNewKey(Block const& block) const {
+    if (block.keysEnd != 0) {
+        return block.keysEnd;
     }
-    auto const first = &block == &m_blocks.front() ? block.begin() : std::next(block.begin());
-    auto place = block.end();
+    std::size_t const first = &block == &m_blocks.front() ? 0 : 1;
+    std::size_t place = block.lines.size();
     if (&block != &m_blocks.back()) {
-        while (place != first && !IsBlank(*std::prev(place))) {
+        while (place > first && !IsBlank(block.lines[place - 1])) {
             --place;
         }
     }
-    while (place != first && IsBlank(*std::prev(place))) {
+    while (place > first && IsBlank(block.lines[place - 1])) {
         --place;
     }
     return place;
 }
 
 // Gives the line before an insertion a line end: a file's last line may lack it.
-void Document::EndLine(Block& block, Block::iterator behind) const {
-    if (behind == block.begin()) {
+void Document::EndLine(Block& block, std::size_t behind) const {
+    if (behind == 0) {
         return;
     }
-    std::string& raw = std::prev(behind)->raw;
-    if (raw.back() == '\r') {
-        raw += '\n';
-    } else if (raw.back() != '\n') {
-        raw += m_lineEnd;
+    Line& line = block.lines[behind - 1];
+    if (line.text.empty() || line.text.back() == '\n') {
+        return;
     }
+    bool const halfEnded = line.text.back() == '\r';
+    SetText(line, std::string(line.text) + (halfEnded ? "\n" : m_lineEnd));
 }
 
 void Document::Set(Section& section, std::string const& key, std::string const& text) {
     auto const known = section.keys.find(key);
     if (known != section.keys.end()) {
-        Line& line = *known->second.back().line;
-        if (line.value != text) {
-            std::string const encoded = Encode(text);
-            line.raw.replace(line.valueBegin, line.valueSize, encoded);
-            line.valueSize = encoded.size();
-            line.value = text;
+        Line& line = At(known->second.last);
+        std::string_view const value = Split(line.text)->value;
+        if (Decode(value) != text) {
+            std::string changed(line.text);
+            auto const begin = static_cast<std::size_t>(value.data() - line.text.data());
+            changed.replace(begin, value.size(), Encode(text));
+            auto entry = section.keys.extract(known);
+            SetText(line, std::move(changed));
+            entry.key() = Split(line.text)->key;
+            section.keys.insert(std::move(entry));
         }
         return;
     }
@@ -279,11 +351,14 @@ void Document::Set(Section& section, std::string const& key, std::string const& 
     }
     std::string const start = key.empty() ? "=" : key + " =";
     std::string const encoded = Encode(text);
-    Line line = MakeLine(start + (encoded.empty() ? "" : " ") + encoded + m_lineEnd);
     Block& block = section.blocks.empty() ? AppendNew(section) : *section.blocks.back();
-    auto const place = PlaceOfNewKey(block);
+    std::size_t const place = PlaceOfNewKey(block);
     EndLine(block, place);
-    section.keys[key].push_back({&block, block.insert(place, std::move(line))});
+    // Only lines without keys move, so that the index stays right.
+    auto const line = block.lines.insert(
+        block.lines.begin() + static_cast<std::ptrdiff_t>(place),
+        MakeLine(start + (encoded.empty() ? "" : " ") + encoded + m_lineEnd));
+    AddKeyLine(section, Split(line->text)->key, {&block, place});
 }
 
 bool Document::Erase(Section& section, std::string const& key) {
@@ -291,10 +366,12 @@ bool Document::Erase(Section& section, std::string const& key) {
     if (known == section.keys.end()) {
         return false;
     }
-    for (KeyLine const& keyLine : known->second) {
-        keyLine.block->erase(keyLine.line);
-    }
+    KeyLines const lines = std::move(known->second);
     section.keys.erase(known);
+    EraseLine(lines.last);
+    if (lines.earlier) {
+        std::for_each(lines.earlier->rbegin(), lines.earlier->rend(), EraseLine);
+    }
     return true;
 }
 

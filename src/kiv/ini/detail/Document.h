@@ -2,9 +2,11 @@
 
 #include "kiv/ini/INIFile.h"
 
+#include <cstddef>
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,32 +15,39 @@
 
 namespace kiv::ini::detail {
 
+// One line with its line end, where it has one: as it was read, or as it was set since. An erased
+// line is empty.
 struct Line {
-    std::string raw;    // with its line end, where it has one
-    bool isKey = false; // the rest is that of key lines
-    std::string key;
-    std::string value;          // decoded
-    std::size_t valueBegin = 0; // where the value's text lies in raw
-    std::size_t valueSize = 0;
+    std::string_view text;            // in the document's content or in own
+    std::unique_ptr<std::string> own; // null for a line that was read
 };
 
 // A header and what follows it up to the next header.
-using Block = std::list<Line>;
+struct Block {
+    std::vector<Line> lines;
+    std::size_t keysEnd = 0; // behind the last key line; 0 without any
+};
 
 struct KeyLine {
     Block* block;
-    Block::iterator line;
+    std::size_t index;
+};
+
+// The lines of one key.
+struct KeyLines {
+    KeyLine last;                                  // the one that counts
+    std::unique_ptr<std::vector<KeyLine>> earlier; // mostly null
 };
 
 struct Section {
     std::string name;
     std::vector<Block*> blocks; // in file order; empty while nothing of the section is in the file
-    std::unordered_map<std::string, std::vector<KeyLine>>
-        keys;                      // in file order: the last one counts
-    std::unique_ptr<INIFile> view; // null for the file's own keys
+    std::unordered_map<std::string_view, KeyLines> keys; // each key as its last line spells it
+    std::unique_ptr<INIFile> view;                       // null for the file's own keys
 };
 
-// The lines of a file, and an index of their keys.
+// The lines of a file, and an index of their keys. Made for large files: what was read stays in one
+// piece, lines point into it, and a key costs one node of the index.
 class Document {
 public:
     Document() { Read({}); }
@@ -46,12 +55,14 @@ public:
     Document& operator=(Document const&) = delete;
 
     // Replaces everything but the file name; sections keep their addresses and their views.
-    void Read(std::string_view content);
+    void Read(std::string content);
     std::string Write() const;
 
     Section& Own() { return m_own; }
     Section* FindOrCreate(std::string const& name);
     std::vector<std::string> Names() const;
+    static std::vector<std::string> Keys(Section const& section);
+    static std::optional<std::string> Find(Section const& section, std::string const& key);
     void Set(Section& section, std::string const& key, std::string const& text);
     static bool Erase(Section& section, std::string const& key);
 
@@ -62,10 +73,11 @@ private:
     Section& Named(std::string const& name);
     Block& Append(Section& section);
     Block& AppendNew(Section& section);
-    Block::iterator PlaceOfNewKey(Block& block);
-    void EndLine(Block& block, Block::iterator behind) const;
+    std::size_t PlaceOfNewKey(Block const& block) const;
+    void EndLine(Block& block, std::size_t behind) const;
 
-    std::string m_byteOrderMark;
+    std::string m_content; // as it was read, with its byte-order mark
+    std::size_t m_markSize = 0;
     std::string m_lineEnd;     // of lines to come
     std::list<Block> m_blocks; // the first one, without a header, holds the file's own keys
     Section m_own;
