@@ -100,6 +100,7 @@ CImage& CImage::operator=(CImage const& other) {
     return *this;
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor,bugprone-exception-escape)
 CImage& CImage::operator=(CImage&& other) {
     RequireSameType(m_type, other.m_type);
     if (this != &other) {

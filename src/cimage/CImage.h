@@ -23,6 +23,7 @@ public:
     /// Copies or takes pixels and metadata. Throws std::invalid_argument, and changes nothing,
     /// when the pixel types differ.
     CImage& operator=(CImage const& other);
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor,bugprone-exception-escape)
     CImage& operator=(CImage&& other);
 
     /// A copy of the same pixel type with its own pixels and metadata.

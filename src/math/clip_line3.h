@@ -4,6 +4,7 @@
 #include "math/Point3.h"
 #include "math/Rect2.h"
 
+#include <cmath>
 #include <type_traits>
 
 namespace math {
@@ -38,7 +39,7 @@ bool clip_line3(Point3<T> const& line, Rect2<T> const& area, Point2<T>& p0, Poin
     T const across = steep ? a : b;
     T u[2] = {lo, hi};
     T v[2] = {-(along * lo + c) / across, -(along * hi + c) / across};
-    if (!(v[0] == v[0]) || !(v[1] == v[1])) {
+    if (std::isnan(v[0]) || std::isnan(v[1])) {
         return false;
     }
     if ((v[0] < otherLo && v[1] < otherLo) || (v[0] > otherHi && v[1] > otherHi)) {

@@ -61,7 +61,7 @@ TEST(CImage, CopiesAreIndependentAndMovesLeaveAnEmptyImage) {
 
     Grey moved(std::move(copy));
     EXPECT_EQ(moved(6, 4), 77);
-    EXPECT_TRUE(copy.Empty()); // NOLINT: what is left is the point
+    EXPECT_TRUE(copy.Empty()); // NOLINT(clang-analyzer-cplusplus.Move): what is left is the point
     EXPECT_EQ(copy.Stride(), 0U);
     EXPECT_TRUE(copy.Metadata().empty());
     original = std::move(moved);
@@ -89,6 +89,7 @@ TEST(CImage, AssignmentOfAnotherPixelTypeChangesNothing) {
 TEST(CImage, MetadataOfAConstImageIsReadFromManyThreads) {
     Grey const image(1, 1);
     std::vector<std::thread> readers;
+    readers.reserve(4);
     for (int i = 0; i < 4; ++i) {
         readers.emplace_back([&image] { EXPECT_TRUE(image.Metadata().empty()); });
     }

@@ -198,7 +198,7 @@ TEST(Demosaicing, TakesTheMeanOfTheNearestCountsMirroredAtTheBorders) {
     };
     TImage<Bayer<TRGGB<uchar>>> mosaic(4, 3);
     for (unsigned y = 0; y < 3; ++y) {
-        std::copy_n(counts + 4 * y, 4, mosaic.Row<uchar>(y));
+        std::copy_n(counts + std::size_t{4} * y, 4, mosaic.Row<uchar>(y));
     }
     TImage<Rgb8> rgb;
     mosaic >> rgb;

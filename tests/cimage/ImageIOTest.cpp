@@ -357,9 +357,9 @@ struct PngVariant {
     int colour;
     int bits;
     int interlace;
-    std::vector<unsigned> packed; ///< the bytes of each of the four rows of four pixels
     unsigned type;
-    std::vector<unsigned> first; ///< channels of the first pixel as read
+    std::vector<unsigned> packed; ///< the bytes of each of the four rows of four pixels
+    std::vector<unsigned> first;  ///< channels of the first pixel as read
 };
 
 void WritePngVariant(std::string const& path, PngVariant const& variant) {
@@ -392,16 +392,16 @@ TEST_F(ImageIO, PngVariantsAreRead) {
     constexpr int C = PNG_COLOR_TYPE_RGB;
     constexpr int Adam7 = PNG_INTERLACE_ADAM7;
     PngVariant const variants[] = {
-        {G, 1, 0, {0x90}, 1, {255}},
-        {G, 2, 0, {0x80}, 1, {170}},
-        {G, 4, Adam7, {0x30, 0}, 1, {51}},
-        {P, 1, 0, {0x80}, 13, {4, 5, 6}},
-        {P, 2, Adam7, {0x80}, 13, {7, 8, 9}},
-        {P, 4, 0, {0x12, 0}, 14, {4, 5, 6, 60}},
-        {P, 8, 0, {3, 0, 0, 0}, 13, {10, 11, 12}},
-        {GA, 8, 0, {7, 8, 0, 0, 0, 0, 0, 0}, 14, {7, 7, 7, 8}},
-        {GA, 16, Adam7, {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 17, {258, 258, 258, 772}},
-        {C, 8, Adam7, {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 13, {1, 2, 3}},
+        {G, 1, 0, 1, {0x90}, {255}},
+        {G, 2, 0, 1, {0x80}, {170}},
+        {G, 4, Adam7, 1, {0x30, 0}, {51}},
+        {P, 1, 0, 13, {0x80}, {4, 5, 6}},
+        {P, 2, Adam7, 13, {0x80}, {7, 8, 9}},
+        {P, 4, 0, 14, {0x12, 0}, {4, 5, 6, 60}},
+        {P, 8, 0, 13, {3, 0, 0, 0}, {10, 11, 12}},
+        {GA, 8, 0, 14, {7, 8, 0, 0, 0, 0, 0, 0}, {7, 7, 7, 8}},
+        {GA, 16, Adam7, 17, {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {258, 258, 258, 772}},
+        {C, 8, Adam7, 13, {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {1, 2, 3}},
     };
     for (PngVariant const& variant : variants) {
         WritePngVariant(Path("a.png"), variant);
@@ -426,8 +426,8 @@ struct TiffVariant {
     uint16_t compression;
     uint32_t tile; ///< side length, 0 for strips
     int extra;     ///< kind of the last sample, -1 for none
-    std::vector<unsigned> samplesOfLast;
     unsigned type;
+    std::vector<unsigned> samplesOfLast;
     std::vector<unsigned> last; ///< channels of the last pixel as read
 };
 
@@ -465,7 +465,7 @@ void WriteTiffVariant(std::string const& path, TiffVariant const& variant) {
     for (unsigned plane = 0; plane < planes; ++plane) {
         for (uint32_t y = 0; y < height; y += blockHeight) {
             for (uint32_t x = 0; x < width; x += blockWidth) {
-                std::vector<ushort> deep(blockWidth * blockHeight * channels);
+                std::vector<ushort> deep(std::size_t{blockWidth} * blockHeight * channels);
                 std::vector<uchar> shallow(deep.size());
                 if (x + blockWidth >= width && y + blockHeight >= height) {
                     std::size_t const pixel = (height - 1 - y) * blockWidth + width - 1 - x;
@@ -510,13 +510,13 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
     constexpr int Straight = EXTRASAMPLE_UNASSALPHA;
     constexpr int Multiplied = EXTRASAMPLE_ASSOCALPHA;
     TiffVariant const variants[] = {
-        {"tiles", "w", 8, 1, Black, UInt, Mixed, None, 16, -1, {9}, 1, {9}},
-        {"big-endian", "wb", 16, 3, Colour, UInt, Mixed, Lzw, 0, -1, {1, 2, 300}, 16, {1, 2, 300}},
-        {"BigTIFF", "w8", 8, 3, Colour, UInt, Mixed, Lzw, 0, -1, {1, 2, 3}, 13, {1, 2, 3}},
-        {"planes", "w", 8, 3, Colour, UInt, Planes, Lzw, 0, -1, {1, 2, 3}, 13, {1, 2, 3}},
-        {"plane tiles", "w", 16, 3, Colour, UInt, Planes, None, 16, -1, {1, 2, 3}, 16, {1, 2, 3}},
-        {"inverted", "w", 8, 1, White, UInt, Mixed, None, 0, -1, {9}, 1, {246}},
-        {"signed", "w", 16, 1, Black, Int, Mixed, None, 0, -1, {0xFFFE}, 4, {0xFFFE}},
+        {"tiles", "w", 8, 1, Black, UInt, Mixed, None, 16, -1, 1, {9}, {9}},
+        {"big-endian", "wb", 16, 3, Colour, UInt, Mixed, Lzw, 0, -1, 16, {1, 2, 300}, {1, 2, 300}},
+        {"BigTIFF", "w8", 8, 3, Colour, UInt, Mixed, Lzw, 0, -1, 13, {1, 2, 3}, {1, 2, 3}},
+        {"planes", "w", 8, 3, Colour, UInt, Planes, Lzw, 0, -1, 13, {1, 2, 3}, {1, 2, 3}},
+        {"plane tiles", "w", 16, 3, Colour, UInt, Planes, None, 16, -1, 16, {1, 2, 3}, {1, 2, 3}},
+        {"inverted", "w", 8, 1, White, UInt, Mixed, None, 0, -1, 1, {9}, {246}},
+        {"signed", "w", 16, 1, Black, Int, Mixed, None, 0, -1, 4, {0xFFFE}, {0xFFFE}},
         {"alpha",
          "w",
          8,
@@ -527,8 +527,8 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
          None,
          0,
          Straight,
-         {9, 8, 7, 6},
          14,
+         {9, 8, 7, 6},
          {9, 8, 7, 6}},
         {"premultiplied",
          "w",
@@ -540,8 +540,8 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
          None,
          0,
          Multiplied,
-         {100, 0, 32768, 32768},
          17,
+         {100, 0, 32768, 32768},
          {200, 0, 65535, 32768}},
         {"grey and alpha",
          "w",
@@ -553,8 +553,8 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
          None,
          0,
          Straight,
-         {9, 255},
          14,
+         {9, 255},
          {9, 9, 9}},
     };
     for (TiffVariant const& variant : variants) {
@@ -654,6 +654,7 @@ TEST_F(ImageIO, ALinkIsFollowed) {
 TEST_F(ImageIO, ManyThreadsMaySaveUnderOneName) {
     auto const image = MakeNoise<Rgb8>(64, 64);
     std::vector<std::thread> writers;
+    writers.reserve(4);
     for (int i = 0; i < 4; ++i) {
         writers.emplace_back([&] {
             for (int n = 0; n < 10; ++n) {

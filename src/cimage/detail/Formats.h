@@ -16,7 +16,9 @@ struct PixelLayout {
     unsigned channels; ///< 1 grey, 3 red green blue, 4 red green blue alpha
     bool deep;         ///< 16 bits a count
 
-    std::size_t BytesPerPixel() const { return channels * (deep ? 2U : 1U); }
+    std::size_t BytesPerPixel() const {
+        return channels * (deep ? std::size_t{2} : std::size_t{1});
+    }
 };
 
 /// What a reader will not exceed, whatever a file says of itself.

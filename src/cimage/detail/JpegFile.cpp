@@ -7,6 +7,7 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <stdexcept>
@@ -81,9 +82,10 @@ struct Compressor {
 
 void ReadComments(jpeg_decompress_struct const& jpeg, CImage& image) {
     for (auto const* marker = jpeg.marker_list; marker != nullptr; marker = marker->next) {
-        std::string const text(reinterpret_cast<char const*>(marker->data), marker->data_length);
+        auto const* const begin = reinterpret_cast<char const*>(marker->data);
         // Some programs store the terminating NUL.
-        for (TextEntry const& entry : FromLines(text.c_str(), "Comment")) {
+        std::string const text(begin, std::find(begin, begin + marker->data_length, '\0'));
+        for (TextEntry const& entry : FromLines(text, "Comment")) {
             AddToTree(image.Metadata(), entry);
         }
     }

@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    std::jmp_buf m_return;
+    std::jmp_buf m_return{};
     char m_reason[256] = "";
 };
 

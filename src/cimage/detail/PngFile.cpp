@@ -195,7 +195,7 @@ void WritePng(std::FILE* file, StoredImage const& stored, TextEntries const& tex
         png_set_compression_level(png.png, 1);
         png_set_compression_strategy(png.png, Z_RLE);
         png_set_filter(png.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
-        png_set_compression_buffer_size(png.png, 256 * 1024);
+        png_set_compression_buffer_size(png.png, std::size_t{256} * 1024);
         png_set_IHDR(
             png.png,
             png.info,

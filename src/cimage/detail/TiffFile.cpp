@@ -129,6 +129,9 @@ public:
         Check(m_tiff != nullptr);
     }
 
+    Tiff(Tiff const&) = delete; // the library keeps a pointer to m_client
+    Tiff& operator=(Tiff const&) = delete;
+
     operator TIFF*() const { return m_tiff.get(); }
 
     void Check(bool success) const {
@@ -405,7 +408,7 @@ void SetLayout(Tiff const& tiff, StoredImage const& stored) {
     set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     set(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     set(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    constexpr std::size_t stripBytes = 64 * 1024;
+    constexpr std::size_t stripBytes = std::size_t{64} * 1024;
     set(TIFFTAG_ROWSPERSTRIP,
         static_cast<uint32_t>(std::max<std::size_t>(1, stripBytes / stored.RowBytes())));
     if (channels == 4) {
