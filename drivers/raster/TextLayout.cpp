@@ -14,8 +14,9 @@ constexpr char32_t kReplacement = 0xFFFD;
 constexpr unsigned kTabSpaces = 4;
 /// Bytes of a line that are drawn; HarfBuzz counts in int and takes some 50 bytes a character.
 constexpr std::size_t kLongestLine = 1u << 24;
-/// Marks that are kept on one face with their letter; a letter may have a million of them.
-constexpr std::size_t kMostMarks = 32;
+/// Marks and invisible characters in a row that are drawn: placing marks takes time that grows with
+/// the square of their number, and no script stacks as many.
+constexpr unsigned kMostMarks = 32;
 /// Bytes of a line above which the working memory is given back after it.
 constexpr std::size_t kLineToForget = 1u << 16;
 
@@ -40,6 +41,11 @@ bool IsMark(hb_codepoint_t c) {
 /// Invisible characters that act on their neighbours: joiners, direction marks.
 bool IsFormat(hb_codepoint_t c) {
     return Category(c) == HB_UNICODE_GENERAL_CATEGORY_FORMAT;
+}
+
+/// Belongs to the character before it.
+bool Attaches(hb_codepoint_t c) {
+    return c >= 0x80 && (IsMark(c) || IsFormat(c));
 }
 
 bool DrawsNothing(hb_codepoint_t c) {
@@ -109,6 +115,25 @@ void ResolveNeutrals(std::vector<Bidi>& kinds, Bidi base) {
             before == after ? before : base);
         i = end;
     }
+}
+
+/// True when a face can show a letter with its marks, as single glyphs or as one for several.
+bool Holds(FontFace const& face, hb_codepoint_t const* begin, hb_codepoint_t const* end) {
+    if (!face.Has(*begin)) {
+        return false;
+    }
+    hb_codepoint_t letter = *begin;
+    for (hb_codepoint_t const* c = begin + 1; c != end; ++c) {
+        hb_codepoint_t both = 0;
+        bool const composes =
+            hb_unicode_compose(hb_unicode_funcs_get_default(), letter, *c, &both) != 0;
+        if (composes && face.Has(both)) {
+            letter = both;
+        } else if (!face.Has(*c) && !IsFormat(*c)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -185,15 +210,20 @@ void TextShaper::Forget() {
 void TextShaper::Decode(std::string_view line) {
     m_characters.clear();
     m_bytes.clear();
+    unsigned attached = 0;
     for (std::size_t at = 0; at < line.size();) {
         auto const begin = static_cast<std::uint32_t>(at);
         char32_t const c = NextCharacter(line, at);
         if (c == '\t') {
             m_characters.insert(m_characters.end(), kTabSpaces, ' ');
             m_bytes.insert(m_bytes.end(), kTabSpaces, begin);
+            attached = 0;
         } else if (!DrawsNothing(c)) {
-            m_characters.push_back(c);
-            m_bytes.push_back(begin);
+            attached = Attaches(c) ? attached + 1 : 0;
+            if (attached <= kMostMarks) {
+                m_characters.push_back(c);
+                m_bytes.push_back(begin);
+            }
         }
     }
 }
@@ -250,17 +280,11 @@ void TextShaper::FindFaces(FontLibrary& fonts, Font& font) {
     m_faces.resize(m_characters.size());
     for (std::size_t i = 0; i < m_characters.size();) {
         std::size_t end = i + 1;
-        while (end < m_characters.size() && end - i <= kMostMarks &&
-               (IsMark(m_characters[end]) || IsFormat(m_characters[end]))) {
+        while (end < m_characters.size() && Attaches(m_characters[end])) {
             ++end;
         }
         auto const holdsAll = [this, i, end](FontFace const& face) {
-            for (std::size_t k = i; k < end; ++k) {
-                if (!face.Has(m_characters[k]) && !IsFormat(m_characters[k])) {
-                    return false;
-                }
-            }
-            return true;
+            return Holds(face, m_characters.data() + i, m_characters.data() + end);
         };
         FontFace const* face = font.face;
         for (std::size_t k = i; k < end && !holdsAll(*face); ++k) {
