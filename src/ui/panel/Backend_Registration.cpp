@@ -1,0 +1,3 @@
+#include "ui/panel/Backend.h"
+
+template class kiv::Singleton<ui::BackendFactory>;
