@@ -2,7 +2,8 @@
 
 #include "cimage/PixelTypes.h"
 #include "drivers/raster/DrawState.h"
-#include "drivers/raster/detail/PathFill.h"
+#include "drivers/raster/detail/OutlineScratch.h"
+#include "drivers/raster/detail/Texture.h"
 #include "math/Rect2.h"
 #include "math/TMatrix.h"
 
@@ -50,12 +51,12 @@ struct View;
 /// polyline or outline is blended as one shape: where its segments meet nothing is blended twice.
 ///
 /// Points at or behind NearDistance in front of the camera are not there: lines and polygons are
-/// cut. A primitive with a coordinate that is not finite is left out; huge coordinates are cut
-/// without loss of what is visible.
+/// cut. A point, segment or shape with a coordinate that is not finite is left out; huge
+/// coordinates are cut without loss of what is visible.
 class Canvas {
 public:
     static constexpr int MaxSize = 32767;
-    static constexpr double NearDistance = 1e-6;
+    static constexpr double NearDistance = detail::NearDistance;
 
     int Width() const { return m_width; }
     int Height() const { return m_height; }
@@ -130,7 +131,8 @@ private:
     bool m_affine = false;
     math::Rect2<int> m_clip;
     DrawState m_state;
-    detail::PathFill m_path; ///< working storage
+    detail::OutlineScratch m_outline; // working storage
+    detail::ImageScratch m_imageScratch;
 };
 
 } // namespace drivers::raster

@@ -30,13 +30,8 @@ struct Gradient {
 
 void DrawThinGradient(
     Target const& target, Segment const& segment, Gradient const& gradient, bool blend) {
-    PixelLine const line{
-        FloorPixel(segment.a.x),
-        FloorPixel(segment.a.y),
-        FloorPixel(segment.b.x),
-        FloorPixel(segment.b.y)};
     double const range = segment.tb - segment.ta;
-    WalkLine(target, line, [&](Colour& pixel, int k, int length) {
+    WalkLine(target, PixelsOf(segment), [&](Colour& pixel, int k, int length) {
         double const t = length > 0 ? segment.ta + range * k / length : segment.ta;
         Colour const colour = gradient.At(t);
         blend ? Put<true>(pixel, colour) : Put<false>(pixel, colour);
@@ -105,7 +100,7 @@ void Canvas::Lines(VertexArray const& vertices) {
     Target const target = MakeTarget();
     WithReader(MakeView(), vertices, [&](auto reader) {
         Pen const pen(m_state);
-        Outline outline(target, m_path, m_state);
+        Outline outline(target, m_outline, m_state);
         for (std::size_t i = 0; i + 1 < vertices.count; i += 2) {
             if (!vertices.colour) {
                 outline.Chain(2, false, [&](std::size_t k) { return reader(i + k); });
@@ -117,7 +112,7 @@ void Canvas::Lines(VertexArray const& vertices) {
                 if (pen.Thin()) {
                     DrawThinGradient(target, segment, gradient, m_state.blend);
                 } else {
-                    DrawWideGradient(target, m_path, pen, segment, gradient, m_state.blend);
+                    DrawWideGradient(target, m_outline.path, pen, segment, gradient, m_state.blend);
                 }
             }
         }
@@ -130,14 +125,16 @@ void Canvas::Line(double x0, double y0, double x1, double y1) {
     }
     View const view = MakeView();
     HPoint const ends[2] = {view.Map(x0, y0), view.Map(x1, y1)};
-    Outline(MakeTarget(), m_path, m_state).Chain(2, false, [&](std::size_t k) { return ends[k]; });
+    Outline(MakeTarget(), m_outline, m_state).Chain(2, false, [&](std::size_t k) {
+        return ends[k];
+    });
 }
 
 void Canvas::Polyline(VertexArray const& vertices, bool closed) {
     if (m_clip.Empty() || vertices.count == 0) {
         return;
     }
-    Outline outline(MakeTarget(), m_path, m_state);
+    Outline outline(MakeTarget(), m_outline, m_state);
     WithReader(
         MakeView(), vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
 }

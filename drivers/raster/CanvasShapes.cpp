@@ -1,7 +1,6 @@
 #include "drivers/raster/Canvas.h"
 #include "drivers/raster/detail/Curve.h"
 #include "drivers/raster/detail/Outline.h"
-#include "drivers/raster/detail/PixelLine.h"
 #include "drivers/raster/detail/Polygon.h"
 #include "drivers/raster/detail/View.h"
 
@@ -49,50 +48,51 @@ void FillUprightBox(Target const& target, HPoint const& a, HPoint const& b, Ink 
 struct EllipseShape {
     EllipseFrame frame;
     ArcRange range;
-    bool pixelAddressed; ///< the box was brought to pixel centres
-
     bool IsFinite() const {
         HPoint const a = frame.At({1, 1});
         HPoint const b = frame.At({-1, -1});
         return detail::IsFinite(a) && detail::IsFinite(b) && detail::IsFinite(range.end);
     }
-    Point Corner(double side) const {
-        return {frame.centre.x + side * frame.rx, frame.centre.y + side * frame.ry};
-    }
 };
 
 /// Floors the corners of the box to pixels, as those of an outlined box are.
-void AddressByPixel(EllipseShape& shape) {
+/// @param place where in the pixel, 0 to 1
+void AddressByPixel(EllipseShape& shape, double place) {
     HPoint const a = shape.frame.At({-1, -1});
     HPoint const b = shape.frame.At({1, 1});
     if (!InGuard(a.x, a.y) || !InGuard(b.x, b.y)) {
         return;
     }
-    Point const p{FloorPixel(a.x) + 0.5, FloorPixel(a.y) + 0.5};
-    Point const q{FloorPixel(b.x) + 0.5, FloorPixel(b.y) + 0.5};
+    Point const p{FloorPixel(a.x) + place, FloorPixel(a.y) + place};
+    Point const q{FloorPixel(b.x) + place, FloorPixel(b.y) + place};
     // Signed radii keep the angles when the view mirrors an axis.
     shape.frame = {{kPixelMatrix, true}, (p + q) * 0.5, (q.x - p.x) / 2, (q.y - p.y) / 2};
-    shape.pixelAddressed = true;
 }
 
-void OutlineThin(Target const& target, EllipseShape const& shape, PathFill& path, DrawState state) {
-    Ink const ink(state);
+void DrawThinLine(ThinPen& pen, HPoint const& a, HPoint const& b) {
+    Segment segment;
+    if (ProjectSegment(a, b, segment)) {
+        pen.Draw(PixelsOf(segment));
+    }
+}
+
+void OutlineThin(
+    Target const& target, EllipseShape const& shape, Ink const& ink, std::vector<Colour*>& pixels) {
     std::vector<HPoint> points;
     FlattenArc(shape.frame, shape.range, target.clip, 2, points);
-    bool const flat = shape.frame.rx == 0 || shape.frame.ry == 0;
-    if (shape.range.whole && !(flat && shape.pixelAddressed)) {
-        DrawThinCurve(target, points, true, ink);
-        return;
+    ThinPen pen(target, ink, pixels);
+    pen.StartShape();
+    bool const seen = DrawThinCurve(pen, points, shape.range.whole);
+    if (!shape.range.whole) {
+        HPoint const centre = shape.frame.At({0, 0});
+        DrawThinLine(pen, centre, points.front());
+        DrawThinLine(pen, points.back(), centre);
+    } else if (!seen) {
+        // Too small to pass a pixel centre.
+        DrawThinLine(pen, shape.frame.At({-1, -1}), shape.frame.At({1, -1}));
+        DrawThinLine(pen, shape.frame.At({1, 1}), shape.frame.At({-1, 1}));
     }
-    Outline outline(target, path, state);
-    if (shape.range.whole) {
-        HPoint const ends[2] = {shape.frame.At({-1, -1}), shape.frame.At({1, 1})};
-        outline.Chain(2, false, [&](std::size_t i) { return ends[i]; });
-        return;
-    }
-    HPoint const radii[3] = {points.back(), shape.frame.At({0, 0}), points.front()};
-    outline.Chain(3, false, [&](std::size_t i) { return radii[i]; });
-    DrawThinCurve(target, points, false, ink);
+    pen.Finish();
 }
 
 std::vector<HPoint>
@@ -115,12 +115,17 @@ void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
     Target const target = MakeTarget();
     HPoint const corners[4] = {
         view.Map(x0, y0), view.Map(x1, y0), view.Map(x1, y1), view.Map(x0, y1)};
+    if (!IsFinite(corners[0]) || !IsFinite(corners[2])) {
+        return;
+    }
     if (!filled) {
-        Outline(target, m_path, m_state).Chain(4, true, [&](std::size_t i) { return corners[i]; });
-    } else if (!view.KeepsAxes()) {
-        FillOutline(target, m_path, {corners, corners + 4}, Ink(m_state));
-    } else if (IsFinite(corners[0]) && IsFinite(corners[2])) {
+        Outline(target, m_outline, m_state).Chain(4, true, [&](std::size_t i) {
+            return corners[i];
+        });
+    } else if (view.KeepsAxes()) {
         FillUprightBox(target, corners[0], corners[2], Ink(m_state));
+    } else {
+        FillOutline(target, m_outline.path, {corners, corners + 4}, Ink(m_state));
     }
 }
 
@@ -131,24 +136,25 @@ void Canvas::Ellipse(
     Point const centre{x0 / 2 + x1 / 2, y0 / 2 + y1 / 2};
     double const rx = std::abs(x1 / 2 - x0 / 2);
     double const ry = std::abs(y1 / 2 - y0 / 2);
-    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange(start, end), false};
+    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange(start, end)};
     if (m_clip.Empty() || !shape.IsFinite()) {
         return;
     }
     if (filled) {
-        FillOutline(target, m_path, FlattenShape(shape, m_clip, 0), Ink(m_state));
+        FillOutline(target, m_outline.path, FlattenShape(shape, m_clip, 0), Ink(m_state));
         return;
     }
     if (!pen.smooth && shape.frame.view.KeepsAxes()) {
-        AddressByPixel(shape);
+        // An even width lies around a pixel's corner, so that no centre is on its edge.
+        AddressByPixel(shape, std::fmod(pen.width, 2) == 0 ? 0 : 0.5);
     }
     if (pen.Thin()) {
-        OutlineThin(target, shape, m_path, m_state);
+        OutlineThin(target, shape, Ink(m_state), m_outline.pixels);
         return;
     }
     // A mitre may reach two widths from the curve.
     std::vector<HPoint> const points = FlattenShape(shape, m_clip, 2 * pen.width);
-    Outline(target, m_path, m_state, true).Chain(points.size(), true, [&](std::size_t i) {
+    Outline(target, m_outline, m_state, true).Chain(points.size(), true, [&](std::size_t i) {
         return points[i];
     });
 }

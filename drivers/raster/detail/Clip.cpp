@@ -1,7 +1,5 @@
 #include "drivers/raster/detail/Clip.h"
 
-#include "drivers/raster/Canvas.h"
-
 namespace drivers::raster::detail {
 
 namespace {
@@ -94,17 +92,16 @@ bool CutToGuard(Segment& segment) {
 }
 
 bool ProjectSegment(HPoint a, HPoint b, Segment& out) {
-    constexpr double near = Canvas::NearDistance;
-    if (!IsFinite(a) || !IsFinite(b) || (a.w <= near && b.w <= near)) {
+    if (!IsFinite(a) || !IsFinite(b) || (a.w <= NearDistance && b.w <= NearDistance)) {
         return false;
     }
     out.ta = 0;
     out.tb = 1;
-    if (a.w <= near || b.w <= near) {
-        double const t = (near - a.w) / (b.w - a.w);
-        HPoint const cut{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, near};
-        (a.w <= near ? out.ta : out.tb) = t;
-        (a.w <= near ? a : b) = cut;
+    if (a.w <= NearDistance || b.w <= NearDistance) {
+        double const t = (NearDistance - a.w) / (b.w - a.w);
+        HPoint const cut{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, NearDistance};
+        (a.w <= NearDistance ? out.ta : out.tb) = t;
+        (a.w <= NearDistance ? a : b) = cut;
     }
     out.a = {a.x / a.w, a.y / a.w};
     out.b = {b.x / b.w, b.y / b.w};

@@ -8,6 +8,9 @@ namespace drivers::raster::detail {
 /// is within can be converted to int, and products of two fit 64 bits.
 constexpr double Guard = 1 << 22;
 
+/// What is not further than this in front of the camera is not drawn.
+constexpr double NearDistance = 1e-6;
+
 inline bool InGuard(double x, double y) {
     return std::abs(x) <= Guard && std::abs(y) <= Guard;
 }

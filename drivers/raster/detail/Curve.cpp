@@ -1,6 +1,5 @@
 #include "drivers/raster/detail/Curve.h"
 
-#include "drivers/raster/Canvas.h"
 #include "drivers/raster/detail/PixelLine.h"
 
 #include <algorithm>
@@ -41,10 +40,9 @@ private:
     }
 
     bool Done(HPoint const& pu, HPoint const& middle, HPoint const& pv) const {
-        constexpr double near = Canvas::NearDistance;
         constexpr double tolerance = 1.0 / 128;
-        if (pu.w <= near || middle.w <= near || pv.w <= near) {
-            return pu.w <= near && middle.w <= near && pv.w <= near;
+        if (pu.w <= NearDistance || middle.w <= NearDistance || pv.w <= NearDistance) {
+            return pu.w <= NearDistance && middle.w <= NearDistance && pv.w <= NearDistance;
         }
         Point const a{pu.x / pu.w, pu.y / pu.w};
         Point const b{pv.x / pv.w, pv.y / pv.w};
@@ -75,35 +73,33 @@ Point Quarter(int quarters) {
 /// Follows a curve pixel by pixel.
 class CurveWalker {
 public:
-    CurveWalker(Target const& target, Ink const& ink) : m_target(target), m_ink(ink) {}
+    explicit CurveWalker(ThinPen& pen) : m_pen(pen) {}
 
-    /// Starts beside a pixel that another line draws.
-    void StartAfter(Pixel const& pixel) {
-        m_last = m_first = pixel;
-        m_connected = m_begun = true;
-    }
-    /// A pixel on the way that another line draws.
-    void LeaveOut(Pixel const& pixel) {
-        m_leftOut = pixel;
-        m_leavesOut = true;
-    }
-    void Chord(Point a, Point b) {
+    void Chord(Point const& a, Point const& b) {
         bool const steep = std::abs(b.y - a.y) > std::abs(b.x - a.x);
-        math::Rect2<int> const& clip = m_target.clip;
+        math::Rect2<int> const& clip = m_pen.Clip();
         steep ? Walk({a.y, a.x}, {b.y, b.x}, clip.top, clip.bottom, true)
               : Walk(a, b, clip.left, clip.right, false);
     }
+    /// The curve is not seen up to the next pixel.
     void Break() { m_connected = false; }
-    void ConnectTo(Pixel const& pixel) {
-        if (m_connected) {
-            Bridge(pixel);
+    /// Draws a pixel, and what lies between it and the last one.
+    void Light(Pixel const& pixel) {
+        Pixel const from = m_connected ? m_last : pixel;
+        m_pen.Draw({from.x, from.y, pixel.x, pixel.y});
+        m_last = pixel;
+        m_connected = true;
+        if (!m_begun) {
+            m_first = pixel;
+            m_begun = true;
         }
     }
     void Close() {
-        if (m_begun) {
-            ConnectTo(m_first);
+        if (m_begun && m_connected) {
+            Light(m_first);
         }
     }
+    bool HasBegun() const { return m_begun; }
 
 private:
     /// x is the major axis; lights a pixel for each centre that the chord passes.
@@ -127,37 +123,12 @@ private:
             Break();
         }
     }
-    void Light(Pixel const& pixel) {
-        if (m_connected) {
-            if (pixel == m_last) {
-                return;
-            }
-            Bridge(pixel);
-        }
-        m_last = pixel;
-        m_connected = true;
-        if ((m_begun && pixel == m_first) || (m_leavesOut && pixel == m_leftOut)) {
-            return;
-        }
-        if (!m_begun) {
-            m_first = pixel;
-            m_begun = true;
-        }
-        DrawPixelLine(m_target, {pixel.x, pixel.y, pixel.x, pixel.y}, m_ink);
-    }
-    /// Draws what lies between the last pixel and one that does not touch it.
-    void Bridge(Pixel const& to) {
-        DrawPixelLine(m_target, {m_last.x, m_last.y, to.x, to.y, true, true}, m_ink);
-    }
 
-    Target m_target;
-    Ink m_ink;
+    ThinPen& m_pen;
     Pixel m_first;
     Pixel m_last;
-    Pixel m_leftOut;
     bool m_begun = false;
     bool m_connected = false;
-    bool m_leavesOut = false;
 };
 
 Pixel PixelAt(Point const& p) {
@@ -200,18 +171,12 @@ void FlattenArc(
     flattener.Arc(from, last);
 }
 
-void DrawThinCurve(
-    Target const& target, std::vector<HPoint> const& points, bool closed, Ink const& ink) {
-    CurveWalker walker(target, ink);
+bool DrawThinCurve(ThinPen& pen, std::vector<HPoint> const& points, bool closed) {
+    CurveWalker walker(pen);
     std::size_t const chords = closed ? points.size() : points.size() - 1;
     Segment chord;
-    if (!closed) {
-        if (ProjectSegment(points.front(), points.front(), chord)) {
-            walker.StartAfter(PixelAt(chord.a));
-        }
-        if (ProjectSegment(points.back(), points.back(), chord)) {
-            walker.LeaveOut(PixelAt(chord.a));
-        }
+    if (!closed && ProjectSegment(points.front(), points.front(), chord)) {
+        walker.Light(PixelAt(chord.a));
     }
     for (std::size_t i = 0; i < chords; ++i) {
         if (!ProjectSegment(points[i], points[i + 1 < points.size() ? i + 1 : 0], chord)) {
@@ -226,7 +191,12 @@ void DrawThinCurve(
             walker.Break();
         }
     }
-    closed ? walker.Close() : walker.ConnectTo(PixelAt(chord.b));
+    if (closed) {
+        walker.Close();
+    } else if (ProjectSegment(points.back(), points.back(), chord)) {
+        walker.Light(PixelAt(chord.a));
+    }
+    return walker.HasBegun();
 }
 
 } // namespace drivers::raster::detail

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Clip.h"
+#include "drivers/raster/detail/ThinPen.h"
 #include "drivers/raster/detail/View.h"
 
 #include <vector>
@@ -40,11 +40,10 @@ void FlattenArc(
     double margin,
     std::vector<HPoint>& out);
 
-/// Draws a curve given by short chords one pixel thick: one pixel a column where it runs flat, one
-/// a row where it runs steep, connected, and none twice.
-/// @param closed the curve goes back to its first point; otherwise the pixels of both ends are
-///               left to the lines that end there
-void DrawThinCurve(
-    Target const& target, std::vector<HPoint> const& points, bool closed, Ink const& ink);
+/// Draws a curve given by short chords: one pixel a column where it runs flat, one a row where it
+/// runs steep, all connected.
+/// @param closed the curve goes back to its first point; otherwise the pixels of its ends are drawn
+/// @return false when it passes no centre of a pixel, and nothing was drawn
+bool DrawThinCurve(ThinPen& pen, std::vector<HPoint> const& points, bool closed);
 
 } // namespace drivers::raster::detail

@@ -2,9 +2,9 @@
 
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/Blend.h"
-#include "drivers/raster/detail/PathFill.h"
-#include "drivers/raster/detail/PixelLine.h"
+#include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/Stroke.h"
+#include "drivers/raster/detail/ThinPen.h"
 
 #include <algorithm>
 
@@ -44,12 +44,15 @@ inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool 
     }
 }
 
-/// Draws a chain of segments in one colour with any pen, each pixel once where they meet. The path
-/// is working storage. One outline may draw any number of chains.
+/// Draws chains of segments in one colour with any pen, each chain as one shape.
 class Outline {
 public:
     /// @param onCurve points are taken as they are, also by an aliased pen
-    Outline(Target const& target, PathFill& path, DrawState const& state, bool onCurve = false);
+    Outline(
+        Target const& target,
+        OutlineScratch& scratch,
+        DrawState const& state,
+        bool onCurve = false);
 
     /// Draws through count points; closed adds the way back. pointAt(index) is in homogeneous
     /// pixel coordinates.
@@ -57,6 +60,9 @@ public:
     void Chain(std::size_t count, bool closed, PointAt&& pointAt) {
         closed = closed && count > 2;
         std::size_t const segments = count == 1 || closed ? count : count - 1;
+        if (segments > 1) {
+            m_thinPen.StartShape();
+        }
         HPoint const first = pointAt(0);
         HPoint from = first;
         bool joined = false;
@@ -67,8 +73,7 @@ public:
             bool const visible = ProjectSegment(from, to, segment);
             if (visible) {
                 bool const opens = closed && i == 0 && segment.StartsWhole();
-                bool const closes = opened && i + 1 == segments && segment.EndsWhole();
-                Add(segment, {joined && segment.StartsWhole(), opens, closes});
+                Add(segment, joined && segment.StartsWhole(), opens);
                 opened = opened || opens;
             }
             joined = visible && segment.EndsWhole();
@@ -78,12 +83,7 @@ public:
     }
 
 private:
-    struct Ends {
-        bool joined; ///< goes on from the end of the last segment
-        bool opens;  ///< begins a closed chain
-        bool closes; ///< ends where the closed chain began
-    };
-    void Add(Segment const& segment, Ends const& ends);
+    void Add(Segment const& segment, bool joined, bool opens);
     void Finish(bool closed);
 
     Target m_target;
@@ -92,6 +92,7 @@ private:
     Ink m_ink;
     bool m_onCurve;
     Stroker m_stroker;
+    ThinPen m_thinPen;
 };
 
 } // namespace drivers::raster::detail

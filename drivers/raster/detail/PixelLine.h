@@ -15,9 +15,16 @@ struct PixelLine {
     int y0;
     int x1;
     int y1;
-    bool skipFirst = false; ///< the pixel (x0, y0) is left out
-    bool skipLast = false;
 };
+
+/// The pixels that the ends of a segment fall into.
+inline PixelLine PixelsOf(Segment const& segment) {
+    return {
+        FloorPixel(segment.a.x),
+        FloorPixel(segment.a.y),
+        FloorPixel(segment.b.x),
+        FloorPixel(segment.b.y)};
+}
 
 /// Bresenham's line as numbers: step k from 0 to length moves one pixel along the major axis, and
 /// the minor axis has then moved by floor((2 * rise * k + length) / (2 * length)).
@@ -77,13 +84,10 @@ void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
     if (turned) {
         std::swap(line.x0, line.x1);
         std::swap(line.y0, line.y1);
-        std::swap(line.skipFirst, line.skipLast);
     }
     int const sign = line.y1 < line.y0 ? -1 : 1;
     PixelSteps const steps{line.x1 - line.x0, std::abs(line.y1 - line.y0)};
-    StepRange range = VisibleSteps(steps, line.x0, line.y0, sign, clip);
-    range.from = std::max<std::int64_t>(range.from, line.skipFirst ? 1 : 0);
-    range.to = std::min(range.to, steps.length - (line.skipLast ? 1 : 0));
+    StepRange const range = VisibleSteps(steps, line.x0, line.y0, sign, clip);
     if (range.from > range.to) {
         return;
     }
@@ -111,17 +115,6 @@ void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
             error -= length2;
             pixel += minorStep;
         }
-    }
-}
-
-/// A line in one colour.
-inline void DrawPixelLine(Target const& target, PixelLine const& line, Ink const& ink) {
-    Colour const colour = ink.colour;
-    if (ink.Solid()) {
-        WalkLine(target, line, [=](Colour& pixel, int, int) { pixel = colour; });
-    } else {
-        WalkLine(
-            target, line, [=](Colour& pixel, int, int) { BlendPixel(pixel, colour, colour.a); });
     }
 }
 

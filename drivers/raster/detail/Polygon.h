@@ -1,6 +1,5 @@
 #pragma once
 
-#include "drivers/raster/Canvas.h"
 #include "drivers/raster/detail/Clip.h"
 
 #include <vector>
@@ -66,21 +65,20 @@ void CutAtGuard(std::vector<Vertex<N>>& polygon, double Vertex<N>::*x, double Ve
 /// the near plane, divides everything by w, and cuts again. Empty when a coordinate is not finite.
 template <int N>
 void ProjectPolygon(std::vector<Vertex<N>>& polygon) {
-    constexpr double near = Canvas::NearDistance;
     bool behind = false;
     for (Vertex<N> const& v : polygon) {
         if (!IsFinite(HPoint{v.x, v.y, v.w})) {
             return polygon.clear();
         }
-        behind = behind || v.w < near;
+        behind = behind || v.w < NearDistance;
     }
     if (behind) {
         CutPolygon(
             polygon,
-            [=](Vertex<N> const& v) { return v.w >= near; },
+            [=](Vertex<N> const& v) { return v.w >= NearDistance; },
             [=](Vertex<N> const& p, Vertex<N> const& q) {
-                Vertex<N> v = Between(p, q, (near - p.w) / (q.w - p.w));
-                v.w = near;
+                Vertex<N> v = Between(p, q, (NearDistance - p.w) / (q.w - p.w));
+                v.w = NearDistance;
                 return v;
             });
     }

@@ -4,6 +4,8 @@
 #include "drivers/raster/detail/Blend.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace drivers::raster::detail {
 
@@ -51,6 +53,12 @@ struct TexelPair {
     int first;
     int second;
     unsigned weight; ///< of the second, in 256ths
+};
+
+/// Working storage of image drawing, kept between uses.
+struct ImageScratch {
+    std::vector<TexelPair> columns;
+    std::vector<Colour> row;
 };
 
 /// @param u in texels; not a number counts as 0

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "drivers/raster/DrawState.h"
+#include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/Polygon.h"
+#include "drivers/raster/detail/Texture.h"
+
+namespace drivers::raster::detail {
+
+/// Draws a textured quad without perspective whose sides are rows and columns, row by row; one to
+/// one it is a copy. The corners' values are texture coordinates in texels.
+/// @return false, with nothing drawn, when the quad is not of that kind
+bool DrawUprightImage(
+    Target const& target,
+    DrawState const& state,
+    Vertex<2> const (&corners)[4],
+    ImageScratch& scratch);
+
+} // namespace drivers::raster::detail

@@ -1,0 +1,606 @@
+#include "raster/CanvasHelpers.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <stdexcept>
+
+namespace tests {
+
+namespace {
+
+using Points2 = std::vector<math::Point2<float>>;
+using Points3 = std::vector<math::Point3<float>>;
+
+/// Whole numbers from 0 to just below n, the same on every machine.
+class Random {
+public:
+    explicit Random(unsigned seed) : m_engine(seed) {}
+    int operator()(int n) { return static_cast<int>(m_engine() % static_cast<unsigned long>(n)); }
+    bool Coin() { return (*this)(2) != 0; }
+    unsigned char Byte() { return static_cast<unsigned char>((*this)(256)); }
+
+private:
+    std::minstd_rand m_engine;
+};
+
+/// Draws one operation of every kind at random places; the same for the same seed.
+void DrawAnything(Canvas& canvas, unsigned seed) {
+    Random random(seed);
+    auto const coordinate = [&] { return static_cast<float>(random(9600)) / 100 - 16; };
+    auto const channel = [&] { return random.Byte(); };
+    std::vector<unsigned char> texels(5 * 4 * 3);
+    std::generate(texels.begin(), texels.end(), channel);
+    std::vector<ColourVertex> coloured(12);
+    std::vector<TextureVertex> textured(12);
+    Points2 plain(12);
+    for (std::size_t i = 0; i < 12; ++i) {
+        float const x = coordinate();
+        float const y = coordinate();
+        plain[i] = {x, y};
+        coloured[i] = {{channel(), channel(), channel(), channel()}, x, y, 0};
+        textured[i] = {coordinate() / 32, coordinate() / 32, x, y, 0};
+    }
+    auto& state = canvas.State();
+    state.colour = {channel(), channel(), channel(), channel()};
+    state.blend = random.Coin();
+    state.lineSmooth = random.Coin();
+    state.bilinear = random.Coin();
+    state.lineWidth = 1 + static_cast<float>(random(3)) * 1.5F;
+    state.pointSize = 1 + static_cast<float>(random(3));
+    state.texture = {texels.data(), 5, 4, 15, Texture::Format::RGB8};
+    canvas.Triangles(Vertices(textured));
+    canvas.Quads(Vertices(coloured));
+    canvas.Quads(Vertices(ImageQuad(coordinate(), coordinate(), coordinate(), coordinate())));
+    canvas.Ellipse(coordinate(), coordinate(), coordinate(), coordinate(), 0, coordinate(), true);
+    canvas.Ellipse(coordinate(), coordinate(), coordinate(), coordinate(), 1, coordinate(), false);
+    canvas.Box(coordinate(), coordinate(), coordinate(), coordinate(), random.Coin());
+    canvas.Lines(Vertices(coloured));
+    canvas.Polyline(Vertices(plain), random.Coin());
+    canvas.Points(Vertices(textured));
+    state.texture = {};
+}
+
+TEST(Canvas, HasNoPixelsUntilResizedAndRefusesSizesItCannotHold) {
+    Canvas canvas;
+    DrawAnything(canvas, 1);
+    canvas.Resize(0, 5);
+    DrawAnything(canvas, 2);
+    EXPECT_EQ(canvas.Read(0, 0), Colour(0, 0, 0, 0));
+    EXPECT_THROW(canvas.Resize(Canvas::MaxSize + 1, 1), std::length_error);
+    EXPECT_THROW(canvas.Resize(1, -1), std::length_error);
+}
+
+TEST(Canvas, CopiesRowsToAnyStride) {
+    Canvas canvas = MakeCanvas(3, 2);
+    canvas.Clear({1, 2, 3, 4});
+    *(canvas.Row(1) + 2) = {7, 8, 9, 255};
+    std::vector<unsigned char> rgb(2 * 11, 77);
+    canvas.CopyTo(reinterpret_cast<cimage::TRGB<unsigned char>*>(rgb.data()), 11);
+    EXPECT_THAT(rgb, testing::ElementsAreArray({1, 2, 3, 1, 2, 3, 1, 2, 3, 77, 77,
+                                                1, 2, 3, 1, 2, 3, 7, 8, 9, 77, 77}));
+    EXPECT_EQ(canvas.Read(0, 0), Colour(1, 2, 3, 255)) << "the picture stays opaque";
+}
+
+TEST(Canvas, BlendsEveryChannelToTheNearestValue) {
+    Canvas canvas = MakeCanvas(256, 1);
+    canvas.State().blend = true;
+    for (unsigned alpha = 0; alpha < 256; ++alpha) {
+        for (int x = 0; x < 256; ++x) {
+            canvas.Row(0)[x] = {static_cast<unsigned char>(x), 0, 255, 255};
+        }
+        canvas.State().colour = {200, 255, 0, static_cast<unsigned char>(alpha)};
+        canvas.Box(0, 0, 256, 1, true);
+        for (int x = 0; x < 256; ++x) {
+            auto const mixed = [&](double over, double under) {
+                return static_cast<int>(std::lround((over * alpha + under * (255 - alpha)) / 255));
+            };
+            Colour const c = canvas.Read(x, 0);
+            ASSERT_EQ(c.r, mixed(200, x)) << alpha << " over " << x;
+            ASSERT_EQ(c.g, mixed(255, 0));
+            ASSERT_EQ(c.b, mixed(0, 255));
+            ASSERT_EQ(c.a, 255);
+        }
+    }
+}
+
+TEST(Canvas, PointsLightTheFloorOfTheirPosition) {
+    Canvas canvas = MakeCanvas(6, 3);
+    canvas.Points(Vertices(Points2{{0, 0}, {2.99F, 0.5F}, {4, 2}, {-0.5F, 1}, {6, 1}, {1, 3}}));
+    EXPECT_EQ(Map(canvas), "#.#...\n......\n....#.\n");
+}
+
+TEST(Canvas, PointSizesCoverSquaresAroundThePixel) {
+    Canvas canvas = MakeCanvas(8, 4);
+    canvas.State().pointSize = 2;
+    canvas.Points(Vertices(Points3{{1.5F, 1, 9}}));
+    canvas.State().pointSize = 2.6F;
+    canvas.Points(Vertices(Points3{{5, 0, 9}, {8, 3, 0}}));
+    EXPECT_EQ(Map(canvas), "##..###.\n##..###.\n.......#\n.......#\n");
+}
+
+TEST(Canvas, VerticesBringTheirColoursAndTexels) {
+    Canvas canvas = MakeCanvas(3, 1);
+    canvas.Points(Vertices(std::vector<ColourVertex>{{{9, 8, 7, 0}, 0, 0, 0}}));
+    EXPECT_EQ(canvas.Read(0, 0), Colour(9, 8, 7, 255));
+    unsigned char const grey[2] = {100, 200};
+    canvas.State().texture = {grey, 2, 1, 2, Texture::Format::Grey8};
+    canvas.State().colour = {255, 51, 255, 255};
+    canvas.Points(Vertices(std::vector<TextureVertex>{{0.75F, 0, 1, 0, 0}, {-3, 5, 2, 0, 0}}));
+    EXPECT_EQ(canvas.Read(1, 0), Colour(200, 40, 200, 255)) << "texel times colour";
+    EXPECT_EQ(canvas.Read(2, 0), Colour(100, 20, 100, 255)) << "edge texels go on";
+}
+
+TEST(Canvas, LinesDrawBothEndPixelsAndTheSamePixelsBackwards) {
+    Canvas canvas = MakeCanvas(6, 3);
+    canvas.Line(0.9, 0.2, 5.1, 2.9);
+    EXPECT_EQ(Map(canvas), "##....\n..##..\n....##\n");
+    Random random(7);
+    for (int i = 0; i < 200; ++i) {
+        double const x0 = random(64);
+        double const y0 = random(64);
+        double const x1 = random(64);
+        double const y1 = random(64);
+        Canvas there = MakeCanvas();
+        Canvas back = MakeCanvas();
+        there.Line(x0, y0, x1, y1);
+        back.Line(x1, y1, x0, y0);
+        ASSERT_EQ(Map(there), Map(back)) << x0 << " " << y0 << " " << x1 << " " << y1;
+        ASSERT_EQ(LitPixels(there), std::max(std::abs(x1 - x0), std::abs(y1 - y0)) + 1);
+    }
+}
+
+TEST(Canvas, WideLinesCoverTheirWidthAndBothEndPixels) {
+    Canvas canvas = MakeCanvas(8, 5);
+    canvas.State().lineWidth = 3;
+    canvas.Line(2, 2, 5, 2);
+    EXPECT_EQ(Map(canvas), "........\n..####..\n..####..\n..####..\n........\n");
+    Canvas corner = MakeCanvas(7, 6);
+    corner.State().lineWidth = 2.8F;
+    corner.Polyline(Vertices(Points2{{1, 5}, {1, 1}, {6, 1}}), false);
+    EXPECT_EQ(Map(corner), "#######\n#######\n#######\n###....\n###....\n###....\n");
+}
+
+TEST(Canvas, ClippingChangesNoPixelInside) {
+    for (unsigned seed = 1; seed <= 300; ++seed) {
+        Canvas whole = MakeCanvas();
+        DrawAnything(whole, seed);
+        Canvas parts = MakeCanvas();
+        auto const view = Matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1});
+        for (math::Rect2<int> const part :
+             {math::Rect2<int>{0, 0, 64, 13},
+              {0, 13, 20, 40},
+              {20, 13, 99, 40},
+              {-9, 40, 64, 64}}) {
+            parts.SetView(view, part);
+            DrawAnything(parts, seed);
+        }
+        for (int y = 0; y < 64; ++y) {
+            for (int x = 0; x < 64; ++x) {
+                ASSERT_EQ(whole.Read(x, y), parts.Read(x, y)) << seed << ": " << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST(Canvas, FarEndsLoseNothingThatIsVisible) {
+    struct Case {
+        Points2 line;
+        std::function<bool(int, int)> lit;
+    };
+    auto const diagonal = [](int x, int y) { return x == y; };
+    auto const row5 = [](int, int y) { return y == 5; };
+    for (Case const& c : {
+             Case{{{-1e30F, -1e30F}, {1e30F, 1e30F}}, diagonal},
+             Case{{{3e38F, 3e38F}, {-3e38F, -3e38F}}, diagonal},
+             Case{{{0, 0}, {1e30F, 1e30F}}, diagonal},
+             Case{{{-1e30F, 5}, {1e30F, 5}}, row5},
+             Case{{{1e12F, 5}, {0, 5}}, row5},
+         }) {
+        for (bool const wide : {false, true}) {
+            Canvas canvas = MakeCanvas();
+            canvas.State().lineWidth = wide ? 3.0F : 1.0F;
+            canvas.Polyline(Vertices(c.line), false);
+            for (int i = 0; i < 64 * 64; ++i) {
+                bool const lit = canvas.Read(i % 64, i / 64) == kWhite;
+                if (wide ? c.lit(i % 64, i / 64) : true) {
+                    ASSERT_EQ(lit, c.lit(i % 64, i / 64)) << c.line[0].x << ": " << i;
+                }
+            }
+        }
+    }
+    Canvas canvas = MakeCanvas(32, 32);
+    canvas.Triangles(Vertices(Points2{{10, -1e30F}, {1e30F, 20}, {10, 1e30F}}));
+    EXPECT_EQ(LitPixels(canvas), 22 * 32);
+    canvas.Clear(kBlack);
+    canvas.Box(-1e300, 4, 1e300, 1e300, true);
+    EXPECT_EQ(LitPixels(canvas), 28 * 32);
+}
+
+TEST(Canvas, NumbersThatAreNoneDrawNothingAndHarmNothing) {
+    float const inf = std::numeric_limits<float>::infinity();
+    float const nan = std::numeric_limits<float>::quiet_NaN();
+    for (float const bad : {inf, -inf, nan}) {
+        Canvas canvas = MakeCanvas();
+        unsigned char const texel = 255;
+        canvas.State().texture = {&texel, 1, 1, 1, Texture::Format::Grey8};
+        for (bool const smooth : {false, true}) {
+            canvas.State().lineSmooth = smooth;
+            canvas.Points(Vertices(Points2{{bad, 1}, {1, bad}}));
+            canvas.Polyline(Vertices(Points2{{bad, 1}, {1, bad}, {bad, bad}}), true);
+            canvas.Line(1, 1, 9, static_cast<double>(bad));
+            canvas.Triangles(Vertices(Points3{{1, 1, 0}, {9, 1, 0}, {bad, 9, 0}}));
+            canvas.Quads(Vertices(ImageQuad(1, 1, 20, bad)));
+            for (bool const filled : {false, true}) {
+                canvas.Box(1, 1, 20, static_cast<double>(bad), filled);
+                canvas.Ellipse(1, 1, static_cast<double>(bad), 9, 0, 9, filled);
+                canvas.Ellipse(1, 1, 9, 9, static_cast<double>(bad), 1, filled);
+            }
+        }
+        EXPECT_EQ(LitPixels(canvas), 0) << bad;
+        canvas.State().lineWidth = bad;
+        canvas.State().pointSize = bad;
+        canvas.Line(1, 1, 9, 9);
+        canvas.Points(Vertices(Points2{{9, 9}}));
+        canvas.State().bilinear = true;
+        canvas.Quads(Vertices(
+            std::vector<TextureVertex>{{bad, 0, 1, 1, 0}, {1, 0, 9, 1, 0}, {1, bad, 9, 9, 0}}));
+        EXPECT_EQ(canvas.Read(9, 9), kWhite) << bad;
+    }
+}
+
+TEST(Canvas, HugeShapesEndSoonAndKeepTheirVisiblePart) {
+    for (double const size : {1e5, 1e9, 1e30, 1e300}) {
+        for (bool const smooth : {false, true}) {
+            Canvas canvas = MakeCanvas(32, 32);
+            canvas.State().lineSmooth = smooth;
+            canvas.Ellipse(-size, -size, size, size, 0, 1, false);
+            canvas.Ellipse(-size, -size, size, size, 0, 7, false);
+            canvas.State().lineWidth = 1e30F;
+            canvas.Ellipse(-size, -size, size, size, 0.5, 2, false);
+            canvas.Clear(kBlack);
+            canvas.Ellipse(-size, -size, size, size, 0, 1.5707963267948966, true);
+            EXPECT_EQ(LitPixels(canvas), 32 * 32) << size;
+        }
+    }
+}
+
+TEST(Canvas, TranslucentPolylinesBlendNoPixelTwice) {
+    struct Case {
+        float width;
+        bool smooth;
+    };
+    for (Case const c : {Case{1, false}, Case{5, false}, Case{5, true}}) {
+        Canvas canvas = MakeCanvas();
+        canvas.State().colour = {255, 255, 255, 128};
+        canvas.State().blend = true;
+        canvas.State().lineWidth = c.width;
+        canvas.State().lineSmooth = c.smooth;
+        canvas.Polyline(
+            Vertices(Points2{{10, 10}, {50, 12}, {50, 12}, {52, 50}, {30, 30}, {8, 48}}), true);
+        canvas.State().lineWidth = 1;
+        canvas.Ellipse(20, 14, 40, 24, 0, 7, false);
+        for (int i = 0; i < 64 * 64; ++i) {
+            ASSERT_LE(canvas.Read(i % 64, i / 64).r, 128)
+                << c.width << ": " << i % 64 << ", " << i / 64;
+        }
+        EXPECT_EQ(canvas.Read(10, 10).r, 128) << "the closing vertex is drawn";
+    }
+}
+
+TEST(Canvas, SmoothLinesCoverTheirArea) {
+    struct Case {
+        double x0, y0, x1, y1;
+        float width;
+    };
+    for (Case const& c :
+         {Case{10, 10, 50, 10, 1},
+          Case{10.3, 8.7, 51.2, 40.9, 1},
+          Case{30.5, 5, 31.25, 60, 2.5F},
+          Case{12, 50, 44, 18, 7},
+          Case{20, 20, 20.5, 20.25, 0.5F}}) {
+        Canvas canvas = MakeCanvas();
+        canvas.State().lineSmooth = true;
+        canvas.State().lineWidth = c.width;
+        canvas.Line(c.x0, c.y0, c.x1, c.y1);
+        double sum = 0;
+        for (int i = 0; i < 64 * 64; ++i) {
+            sum += canvas.Read(i % 64, i / 64).g / 255.0;
+        }
+        double const area = std::hypot(c.x1 - c.x0, c.y1 - c.y0) * double{c.width};
+        EXPECT_NEAR(sum, area, 0.05 + area * 0.005) << c.x0 << ", width " << c.width;
+    }
+}
+
+TEST(Canvas, BoxesWithWholeCornersCoverExactlyTheirArea) {
+    Canvas canvas = MakeCanvas(8, 5);
+    canvas.Box(6, 1, 2, 4, true); // any two opposite corners
+    EXPECT_EQ(Map(canvas), "........\n..####..\n..####..\n..####..\n........\n");
+    canvas.Clear(kBlack);
+    canvas.Box(1.5, 0.5, 3.5, 2.5, true); // centres on the left and upper edge belong to it
+    EXPECT_EQ(Map(canvas), ".##.....\n.##.....\n........\n........\n........\n");
+    canvas.Clear(kBlack);
+    canvas.Box(1, 1, 6, 3, false);
+    EXPECT_EQ(Map(canvas), "........\n.######.\n.#....#.\n.######.\n........\n");
+}
+
+TEST(Canvas, OutlinesOfBoxAndEllipseTouchTheSamePixels) {
+    for (double const offset : {0.0, 0.3, 0.9}) {
+        Canvas canvas = MakeCanvas(24, 24);
+        canvas.Ellipse(5 + offset, 5 + offset, 15 + offset, 18 + offset, 0, 6.2831855, false);
+        EXPECT_EQ(canvas.Read(5, 11), kWhite);
+        EXPECT_EQ(canvas.Read(15, 11), kWhite);
+        EXPECT_EQ(canvas.Read(10, 5), kWhite);
+        EXPECT_EQ(canvas.Read(10, 18), kWhite);
+        canvas.State().colour = kBlack;
+        canvas.Ellipse(5, 5, 15, 18, 0, 7, false);
+        EXPECT_EQ(LitPixels(canvas), 0);
+    }
+}
+
+TEST(Canvas, FilledEllipsesCoverTheCentresInside) {
+    for (double const radius : {0.6, 3.0, 7.25, 30.0}) {
+        Canvas canvas = MakeCanvas();
+        canvas.Ellipse(32 - radius, 31 - radius / 2, 32 + radius, 31 + radius / 2, -9, 9, true);
+        for (int i = 0; i < 64 * 64; ++i) {
+            double const x = (i % 64 + 0.5 - 32) / radius;
+            double const y = (i / 64 + 0.5 - 31) / (radius / 2);
+            double const square = x * x + y * y;
+            if (std::abs(square - 1) > 0.02 / radius) {
+                ASSERT_EQ(canvas.Read(i % 64, i / 64) == kWhite, square < 1) << radius << ": " << i;
+            }
+        }
+    }
+}
+
+TEST(Canvas, SlicesSpanTheirAngles) {
+    struct Case {
+        double start, end;
+        std::array<bool, 4> quadrants; // 45, 135, 225, 315 degrees
+    };
+    double const quarter = 1.5707963267948966;
+    for (Case const& c :
+         {Case{0, quarter, {true, false, false, false}},
+          Case{-quarter, quarter, {true, false, false, true}},
+          Case{2.6 * quarter, 0.4 * quarter, {true, true, true, false}}, // either order
+          Case{4 * quarter + 0.1, 5 * quarter, {true, false, false, false}},
+          Case{0, 4 * quarter, {true, true, true, true}}}) {
+        Canvas canvas = MakeCanvas();
+        canvas.Ellipse(2, 2, 62, 62, c.start, c.end, true);
+        std::array<bool, 4> const lit = {
+            canvas.Read(46, 48) == kWhite,
+            canvas.Read(18, 48) == kWhite,
+            canvas.Read(18, 16) == kWhite,
+            canvas.Read(48, 18) == kWhite};
+        EXPECT_EQ(lit, c.quadrants) << c.start << " to " << c.end;
+    }
+}
+
+/// The corners of a jittered grid over the canvas, outer ones in place.
+std::vector<math::Point2<float>> JitteredGrid(int cells, float size, unsigned seed) {
+    Random random(seed);
+    Points2 grid;
+    for (int y = 0; y <= cells; ++y) {
+        for (int x = 0; x <= cells; ++x) {
+            // Multiples of a half: many corners and edges run through pixel centres.
+            auto const jitter = [&](int i) {
+                return i == 0 || i == cells ? 0 : static_cast<float>(random(9)) / 2 - 2;
+            };
+            float const px = size * static_cast<float>(x) / static_cast<float>(cells) + jitter(x);
+            float const py = size * static_cast<float>(y) / static_cast<float>(cells) + jitter(y);
+            grid.emplace_back(px, py);
+        }
+    }
+    return grid;
+}
+
+TEST(Canvas, MeshesCoverEachPixelOnceInWhateverDirectionTheirTrianglesTurn) {
+    for (unsigned seed = 1; seed < 20; ++seed) {
+        Points2 const grid = JitteredGrid(8, 64, seed);
+        Points2 triangles;
+        Points2 quads;
+        for (std::size_t i = 0; i < 64; ++i) {
+            std::size_t const at = i / 8 * 9 + i % 8;
+            math::Point2<float> const a = grid[at];
+            math::Point2<float> const b = grid[at + 1];
+            math::Point2<float> const c = grid[at + 10];
+            math::Point2<float> const d = grid[at + 9];
+            triangles.insert(triangles.end(), {a, b, c, d, c, a});
+            quads.insert(quads.end(), {b, c, d, a});
+        }
+        Canvas canvas = MakeCanvas();
+        canvas.State().blend = true;
+        canvas.State().colour = {255, 255, 255, 100};
+        canvas.Triangles(Vertices(triangles));
+        Canvas other = MakeCanvas();
+        other.State() = canvas.State();
+        other.Quads(Vertices(quads));
+        for (int i = 0; i < 64 * 64; ++i) {
+            ASSERT_EQ(canvas.Read(i % 64, i / 64).r, 100)
+                << seed << ": " << i % 64 << ", " << i / 64;
+            ASSERT_EQ(other.Read(i % 64, i / 64).r, 100)
+                << seed << ": " << i % 64 << ", " << i / 64;
+        }
+    }
+}
+
+TEST(Canvas, ColoursRunLinearlyBetweenVertices) {
+    Canvas canvas = MakeCanvas();
+    auto const at = [](float x, float y) {
+        auto const red = static_cast<unsigned char>(x * 3 + 10);
+        auto const green = static_cast<unsigned char>(y * 2 + x);
+        return ColourVertex{{red, green, 77, 200}, x, y, 5};
+    };
+    std::vector<ColourVertex> const quad = {at(0, 0), at(64, 0), at(64, 64), at(0, 64)};
+    canvas.Quads(Vertices(quad));
+    for (int i = 0; i < 64 * 64; ++i) {
+        double const x = i % 64 + 0.5;
+        double const y = i / 64 + 0.5;
+        Colour const c = canvas.Read(i % 64, i / 64);
+        ASSERT_EQ(c.r, std::floor(x * 3 + 10 + 0.5));
+        ASSERT_EQ(c.g, std::floor(y * 2 + x + 0.5));
+        ASSERT_EQ(c.b, 77);
+    }
+    canvas.Clear(kBlack);
+    canvas.Lines(
+        Vertices(std::vector<ColourVertex>{{{0, 200, 0, 0}, 40, 3, 0}, {{80, 0, 5, 0}, 0, 3, 0}}));
+    EXPECT_EQ(canvas.Read(40, 3), Colour(0, 200, 0, 255));
+    EXPECT_EQ(canvas.Read(30, 3), Colour(20, 150, 1, 255));
+    EXPECT_EQ(canvas.Read(0, 3), Colour(80, 0, 5, 255));
+}
+
+TEST(Canvas, ImagesDrawnOneToOneAreCopiesInEveryFormat) {
+    struct Case {
+        Texture::Format format;
+        int bytes;
+        std::array<int, 3> channels;
+    };
+    Random random(3);
+    std::vector<unsigned char> texels(4 * 20 * 16);
+    std::generate(texels.begin(), texels.end(), [&] { return random.Byte(); });
+    for (Case const& c :
+         {Case{Texture::Format::Grey8, 1, {0, 0, 0}},
+          Case{Texture::Format::RGB8, 3, {0, 1, 2}},
+          Case{Texture::Format::RGBA8, 4, {0, 1, 2}},
+          Case{Texture::Format::BGRA8, 4, {2, 1, 0}}}) {
+        for (int const flip : {0, 1, 2, 3}) {
+            Canvas canvas = MakeCanvas(32, 32);
+            canvas.State().texture = {texels.data(), 17, 15, 80, c.format};
+            canvas.State().bilinear = flip % 2 == 0;
+            float const x0 = flip & 1 ? 20.0F : 3.0F;
+            float const y0 = flip & 2 ? 17.0F : 2.0F;
+            canvas.Quads(Vertices(ImageQuad(x0, y0, 23 - x0, 19 - y0)));
+            for (int y = 0; y < 15; ++y) {
+                for (int x = 0; x < 17; ++x) {
+                    unsigned char const* texel = texels.data() + y * 80 + x * c.bytes;
+                    Colour const expected(
+                        texel[c.channels[0]], texel[c.channels[1]], texel[c.channels[2]], 255);
+                    int const px = flip & 1 ? 19 - x : 3 + x;
+                    int const py = flip & 2 ? 16 - y : 2 + y;
+                    ASSERT_EQ(canvas.Read(px, py), expected) << c.bytes << ", " << flip;
+                }
+            }
+            EXPECT_EQ(canvas.Read(2, 2), kBlack);
+            EXPECT_EQ(canvas.Read(20, 16), kBlack);
+        }
+    }
+}
+
+TEST(Canvas, StretchedImagesAgreeWithTheSameImageDrawnAsTriangles) {
+    std::vector<unsigned char> texels(7 * 5 * 4);
+    for (std::size_t i = 0; i < texels.size(); ++i) {
+        texels[i] = static_cast<unsigned char>(i * 29);
+    }
+    for (bool const bilinear : {false, true}) {
+        Canvas rows = MakeCanvas();
+        rows.State().texture = {texels.data(), 7, 5, 28, Texture::Format::RGBA8};
+        rows.State().bilinear = bilinear;
+        rows.State().blend = true;
+        rows.State().colour = {255, 200, 255, 200};
+        Canvas triangles = MakeCanvas();
+        triangles.State() = rows.State();
+        auto const quad = ImageQuad(3.3F, 60.2F, 58.1F, 4.9F);
+        rows.Quads(Vertices(quad));
+        triangles.Triangles(Vertices(
+            std::vector<TextureVertex>{quad[0], quad[1], quad[2], quad[0], quad[2], quad[3]}));
+        for (int i = 0; i < 64 * 64; ++i) {
+            Colour const a = rows.Read(i % 64, i / 64);
+            Colour const b = triangles.Read(i % 64, i / 64);
+            ASSERT_NEAR(a.r, b.r, 1) << i % 64 << ", " << i / 64;
+            ASSERT_NEAR(a.g, b.g, 1);
+        }
+    }
+}
+
+TEST(Canvas, BilinearSamplingMeetsTheTexelsAtTheirCentres) {
+    unsigned char const grey[2] = {0, 200};
+    Canvas canvas = MakeCanvas(16, 1);
+    canvas.State().texture = {grey, 2, 1, 2, Texture::Format::Grey8};
+    canvas.State().bilinear = true;
+    canvas.Quads(Vertices(ImageQuad(-0.5F, 0, 15.5F, 1))); // 8 pixels a texel, centres at 3.5, 11.5
+    EXPECT_EQ(canvas.Read(3, 0).r, 0);
+    EXPECT_EQ(canvas.Read(7, 0).r, 100);
+    EXPECT_EQ(canvas.Read(9, 0).r, 150);
+    EXPECT_EQ(canvas.Read(11, 0).r, 200);
+    EXPECT_EQ(canvas.Read(14, 0).r, 200);
+}
+
+TEST(Canvas, ViewsZoomTurnAndProject) {
+    Canvas canvas = MakeCanvas();
+    canvas.SetView(Matrix({0, 2, 1, 10, -2, 0, 0, 40, 0, 0, 0, 1}), {0, 0, 64, 64});
+    canvas.Points(Vertices(Points3{{5, 3, 4}}));
+    EXPECT_EQ(canvas.Read(20, 30), kWhite);
+    canvas.Clear(kBlack);
+    canvas.Box(0, 0, 5, 10, true);
+    EXPECT_EQ(LitPixels(canvas), 200) << "a quarter turn keeps a box whole";
+    EXPECT_EQ(canvas.Read(10, 30), kWhite);
+    EXPECT_EQ(canvas.Read(29, 39), kWhite);
+    // A camera 2 in front of the plane z = 0, focal length 32 pixels.
+    auto const camera = Matrix({32, 0, 32, 64, 0, 32, 32, 64, 0, 0, 1, 2});
+    canvas.SetView(camera, {0, 0, 64, 64});
+    canvas.Clear(kBlack);
+    canvas.Points(Vertices(Points3{{1, 0, 0}, {0, 0, -2}, {0, 0, -3}}));
+    EXPECT_EQ(canvas.Read(48, 32), kWhite);
+    EXPECT_EQ(LitPixels(canvas), 1) << "nothing at or behind the camera";
+}
+
+TEST(Canvas, LinesAndPolygonsEndAtTheCamera) {
+    Canvas canvas = MakeCanvas();
+    auto const camera = Matrix({32, 0, 32, 64, 0, 32, 32, 64, 0, 0, 1, 2});
+    canvas.SetView(camera, {0, 0, 64, 64});
+    // The road y = 1 from far in front to far behind covers what is below the horizon.
+    canvas.Quads(Vertices(Points3{{-900, 1, -5}, {900, 1, -5}, {900, 1, 900}, {-900, 1, 900}}));
+    EXPECT_EQ(LitPixels(canvas), 64 * 32) << "rows from just below the horizon on";
+    EXPECT_EQ(canvas.Read(0, 31), kBlack);
+    EXPECT_EQ(canvas.Read(0, 32), kWhite);
+    canvas.Clear(kBlack);
+    canvas.Polyline(Vertices(Points3{{0, 0.5F, 6}, {0, 0.5F, -9}}), false);
+    EXPECT_EQ(canvas.Read(32, 33), kBlack);
+    EXPECT_EQ(canvas.Read(32, 34), kWhite) << "where it begins";
+    EXPECT_EQ(canvas.Read(32, 63), kWhite) << "it leaves at the lower edge only";
+    EXPECT_EQ(LitPixels(canvas), 30);
+}
+
+TEST(Canvas, TexturesFollowThePerspective) {
+    Canvas canvas = MakeCanvas();
+    canvas.SetView(Matrix({32, 0, 32, 64, 0, 32, 32, 64, 0, 0, 1, 2}), {0, 0, 64, 64});
+    unsigned char const grey[2] = {50, 200};
+    canvas.State().texture = {grey, 1, 2, 1, Texture::Format::Grey8};
+    // A floor at y = 1 from distance 2 to 6: its middle, distance 4, is seen at 32 + 32 / 4.
+    canvas.Quads(Vertices(std::vector<TextureVertex>{
+        {0, 0, -9, 1, 0}, {1, 0, 9, 1, 0}, {1, 1, 9, 1, 4}, {0, 1, -9, 1, 4}}));
+    EXPECT_EQ(canvas.Read(32, 47).r, 50);
+    EXPECT_EQ(canvas.Read(32, 40).r, 50);
+    EXPECT_EQ(canvas.Read(32, 39).r, 200);
+    EXPECT_EQ(canvas.Read(32, 38).r, 200);
+}
+
+TEST(Canvas, MasksAreClippedAndBlendedByCoverage) {
+    std::vector<unsigned char> const mask = {0, 51, 255, 9, 255, 255, 255, 9};
+    Canvas canvas = MakeCanvas(4, 3);
+    canvas.State().colour = {200, 100, 0, 51};
+    canvas.BlendMask(1, 0, mask.data(), 3, 2, 4);
+    EXPECT_EQ(canvas.Read(1, 0), kBlack);
+    EXPECT_EQ(canvas.Read(2, 0), Colour(40, 20, 0, 255)) << "without blending, coverage alone";
+    EXPECT_EQ(canvas.Read(3, 1), Colour(200, 100, 0, 255));
+    canvas.Clear(kBlack);
+    canvas.State().blend = true;
+    canvas.BlendMask(-2, -1, mask.data(), 3, 2, 4);
+    EXPECT_EQ(canvas.Read(0, 0), Colour(40, 20, 0, 255)) << "coverage times alpha";
+    EXPECT_EQ(LitPixels(canvas), 1);
+    int const most = std::numeric_limits<int>::max();
+    for (int const far : {most, -most}) {
+        canvas.BlendMask(far, 0, mask.data(), 3, 2, 4);
+        canvas.BlendMask(0, far, mask.data(), 3, 2, 4);
+    }
+    EXPECT_EQ(LitPixels(canvas), 1);
+}
+
+} // namespace
+
+} // namespace tests
