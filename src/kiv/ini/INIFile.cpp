@@ -28,6 +28,7 @@ INIFile::~INIFile() = default;
 void INIFile::Load(std::string const& path) {
     m_document->Read(detail::ReadFile(path));
     m_document->fileName = path;
+    m_document->modified = false;
 }
 
 void INIFile::Save() {
@@ -37,6 +38,11 @@ void INIFile::Save() {
 void INIFile::SaveAs(std::string const& path) {
     detail::ReplaceFile(path, m_document->Write());
     m_document->fileName = path;
+    m_document->modified = false;
+}
+
+bool INIFile::Modified() const {
+    return m_document->modified;
 }
 
 std::string const& INIFile::FileName() const {
@@ -86,7 +92,7 @@ void INIFile::Set(std::string const& key, std::string const& text) {
 }
 
 bool INIFile::Erase(std::string const& key) {
-    return detail::Document::Erase(*m_section, key);
+    return m_document->Erase(*m_section, key);
 }
 
 std::vector<std::string> INIFile::Keys() const {

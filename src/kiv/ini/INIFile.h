@@ -64,6 +64,9 @@ public:
     /// @return the path of the last Load() or SaveAs(), empty when there was none
     std::string const& FileName() const;
 
+    /// Whether something was set or erased since the document was last read or written.
+    bool Modified() const;
+
     /// Finds or creates a section. Sections do not nest: a section's Node() answers the same as its
     /// file's. A new section reaches the file when a key of it is set.
     /// @return null only for a name that no header can hold: an empty one, one with ']' or a line

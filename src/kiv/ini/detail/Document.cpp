@@ -343,6 +343,7 @@ void Document::Set(Section& section, std::string const& key, std::string const& 
             SetText(line, std::move(changed));
             entry.key() = Split(line.text)->key;
             section.keys.insert(std::move(entry));
+            modified = true;
         }
         return;
     }
@@ -359,6 +360,7 @@ void Document::Set(Section& section, std::string const& key, std::string const& 
         block.lines.begin() + static_cast<std::ptrdiff_t>(place),
         MakeLine(start + (encoded.empty() ? "" : " ") + encoded + m_lineEnd));
     AddKeyLine(section, Split(line->text)->key, {&block, place});
+    modified = true;
 }
 
 bool Document::Erase(Section& section, std::string const& key) {
@@ -366,6 +368,7 @@ bool Document::Erase(Section& section, std::string const& key) {
     if (known == section.keys.end()) {
         return false;
     }
+    modified = true;
     KeyLines const lines = std::move(known->second);
     section.keys.erase(known);
     EraseLine(lines.last);

@@ -64,9 +64,10 @@ public:
     static std::vector<std::string> Keys(Section const& section);
     static std::optional<std::string> Find(Section const& section, std::string const& key);
     void Set(Section& section, std::string const& key, std::string const& text);
-    static bool Erase(Section& section, std::string const& key);
+    bool Erase(Section& section, std::string const& key);
 
     std::string fileName;
+    bool modified = false;
     std::unordered_set<INIFile const*> views; // those of all sections
 
 private:
