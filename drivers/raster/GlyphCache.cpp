@@ -110,8 +110,9 @@ GlyphBitmap const& GlyphCache::Find(
     // What a map's node takes beside the value counts too: most glyphs are small.
     std::size_t const cost = bitmap.coverage.size() + sizeof bitmap + 64;
     if (!m_glyphs.Fits(cost)) {
-        m_tooLarge = std::move(bitmap);
-        return m_tooLarge;
+        m_large = std::move(bitmap);
+        ++m_largeEpoch;
+        return m_large;
     }
     return m_glyphs.Insert(key, std::move(bitmap), cost);
 }

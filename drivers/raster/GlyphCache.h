@@ -31,6 +31,10 @@ struct GlyphScale {
     /// Neither turned nor mirrored: glyphs are hinted vertically, so that their horizontal edges
     /// fall on pixel edges.
     bool Upright() const { return xy == 0 && yx == 0 && xx > 0 && yy > 0; }
+
+    friend bool operator==(GlyphScale const& a, GlyphScale const& b) {
+        return a.xx == b.xx && a.xy == b.xy && a.yx == b.yx && a.yy == b.yy;
+    }
 };
 
 /// Renders glyphs with FreeType and keeps the bitmaps, within a bound in bytes. One thread at a
@@ -43,8 +47,8 @@ public:
     std::uint32_t Strike(FontFace const& face, GlyphScale const& scale);
 
     /// A glyph whose origin lies quarterX and quarterY (0 to 3) quarters of a pixel right of and
-    /// below its pixel's corner. Good until the next call. A glyph that cannot be rendered
-    /// (damaged or far too large) is blank.
+    /// below its pixel's corner. Good as long as Epoch() stays the same. A glyph that cannot be
+    /// rendered (damaged or far too large) is blank.
     GlyphBitmap const& Find(
         std::uint32_t strike,
         FontFace const& face,
@@ -53,6 +57,8 @@ public:
         unsigned quarterX,
         unsigned quarterY);
 
+    /// Changes whenever bitmaps are dropped.
+    unsigned Epoch() const { return m_glyphs.Epoch() + m_largeEpoch; }
     std::size_t Bytes() const { return m_glyphs.Cost(); }
 
 private:
@@ -63,8 +69,7 @@ private:
         GlyphScale scale;
 
         friend bool operator==(StrikeKey const& a, StrikeKey const& b) {
-            return a.face == b.face && a.scale.xx == b.scale.xx && a.scale.xy == b.scale.xy &&
-                   a.scale.yx == b.scale.yx && a.scale.yy == b.scale.yy;
+            return a.face == b.face && a.scale == b.scale;
         }
     };
     struct StrikeHash {
@@ -89,7 +94,8 @@ private:
     /// Glyphs of a strike that was forgotten are asked for no more and so are forgotten as well.
     TextCache<GlyphKey, GlyphBitmap, GlyphHash> m_glyphs;
     std::uint32_t m_nextStrike = 0;
-    GlyphBitmap m_tooLarge; ///< the last one that the cache has no room for
+    GlyphBitmap m_large; ///< the last one that the cache has no room for
+    unsigned m_largeEpoch = 0;
 };
 
 } // namespace drivers::raster

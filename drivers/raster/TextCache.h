@@ -10,7 +10,7 @@ namespace drivers::raster {
 /// A map with a bound on what its values cost that forgets what was not used for longest, roughly:
 /// values live in a young and an old generation; when the young one has half the bound it becomes
 /// the old one, and what was old and not asked for since is dropped. A value found young costs one
-/// look-up and allocates nothing. References stay good until the next Find or Insert.
+/// look-up and allocates nothing. References stay good as long as Epoch() stays the same.
 template <class Key, class Value, class Hash = std::hash<Key>>
 class TextCache {
 public:
@@ -40,6 +40,9 @@ public:
         return m_young.emplace(key, Entry{std::move(value), cost}).first->second.value;
     }
 
+    /// Changes whenever values are dropped: pointers to values found since it last changed are
+    /// good.
+    unsigned Epoch() const { return m_epoch; }
     std::size_t Cost() const { return m_youngCost + m_oldCost; }
 
 private:
@@ -52,6 +55,7 @@ private:
         if (m_youngCost + cost > m_half) {
             m_old = std::exchange(m_young, {});
             m_oldCost = std::exchange(m_youngCost, 0);
+            ++m_epoch;
         }
         m_youngCost += cost;
     }
@@ -61,6 +65,7 @@ private:
     std::size_t m_half;
     std::size_t m_youngCost = 0;
     std::size_t m_oldCost = 0;
+    unsigned m_epoch = 0;
 };
 
 } // namespace drivers::raster

@@ -18,6 +18,10 @@ constexpr double kUnit = 64; // FreeType counts in 64ths of a pixel
 /// that outside the clip needs no shaping.
 constexpr double kTallest = 4;
 
+/// Glyphs of a line whose places are kept; longer lines reach out of the window and are clipped.
+constexpr std::size_t kMostPlaced = 512;
+/// Quarters of a pixel from the canvas to a line's origin up to which its places are kept as int.
+constexpr double kFarthest = 1 << 28;
 /// Characters that shaping may win back over the sum of their advances when a text is shortened.
 constexpr int kMostTries = 4;
 
@@ -37,8 +41,8 @@ struct Frame {
 
 /// False when a size or the transform is no positive number.
 bool MakeFrame(TextStyle const& style, TextTransform const& t, Frame& frame) {
-    double const scaleX = std::hypot(t.xx, t.yx);
-    double const scaleY = std::hypot(t.xy, t.yy);
+    double const scaleX = std::sqrt(t.xx * t.xx + t.yx * t.yx);
+    double const scaleY = std::sqrt(t.xy * t.xy + t.yy * t.yy);
     bool const valid = style.width > 0 && style.height > 0 && scaleX > 0 && scaleY > 0 &&
                        std::isfinite(scaleX) && std::isfinite(scaleY);
     if (!valid) {
@@ -55,9 +59,16 @@ bool MakeFrame(TextStyle const& style, TextTransform const& t, Frame& frame) {
     return std::isfinite(frame.lineAdvance);
 }
 
+int Nearest(double v) {
+    return static_cast<int>(std::floor(v + 0.5));
+}
+
 GlyphScale ScaleOf(TextTransform const& em) {
-    auto const fixed = [](double v) { return static_cast<std::int32_t>(std::lround(v * kUnit)); };
-    return {fixed(em.xx), fixed(em.xy), fixed(em.yx), fixed(em.yy)};
+    return {
+        Nearest(em.xx * kUnit),
+        Nearest(em.xy * kUnit),
+        Nearest(em.yx * kUnit),
+        Nearest(em.yy * kUnit)};
 }
 
 math::Rect2<double> ToDouble(math::Rect2<int> const& r) {
@@ -108,6 +119,44 @@ math::Rect2<double> Reach(FontFace const& face, TextTransform const& em) {
     return reach;
 }
 
+/// What decides on the pixels of a line, but for whole pixels of its origin.
+struct Placement {
+    GlyphScale scale;
+    int quarterX = 0;
+    int quarterY = 0;
+    unsigned epoch = 0; ///< of the glyph cache
+
+    friend bool operator==(Placement const& a, Placement const& b) {
+        return a.scale == b.scale && a.quarterX == b.quarterX && a.quarterY == b.quarterY &&
+               a.epoch == b.epoch;
+    }
+};
+
+struct PlacedGlyph {
+    GlyphBitmap const* bitmap;
+    int x; ///< pixels from the line's origin
+    int y;
+};
+
+/// A line kept for the next time, with the glyphs as they were placed the last time.
+struct Line {
+    ShapedLine shape;
+    Placement placement;
+    std::vector<PlacedGlyph> placed; ///< empty when there is no placement to go by
+};
+
+void Blend(GlyphSink& sink, GlyphBitmap const& bitmap, int x, int y) {
+    if (bitmap.width > 0 && bitmap.height > 0) {
+        sink.BlendMask(
+            x + bitmap.left,
+            y + bitmap.top,
+            bitmap.coverage.data(),
+            bitmap.width,
+            bitmap.height,
+            bitmap.width);
+    }
+}
+
 /// The advance of each character of a line in the order of the text, the glyphs of one (a letter
 /// and its accents, a ligature) taken together: byte it begins at, em.
 std::vector<std::pair<std::size_t, double>> ClusterAdvances(ShapedLine const& line) {
@@ -138,13 +187,14 @@ struct TextRenderer::Engine {
         : fonts(std::move(catalogue)), lines(lineBytes), glyphs(glyphBytes) {}
 
     /// A line in the shape of a font; good until the next call.
-    ShapedLine const& Line(Font& font, std::string_view text);
+    Line& Shaped(Font& font, std::string_view text);
     void DrawLine(
         GlyphSink& sink,
-        ShapedLine const& line,
+        Line& line,
         math::Point2<double> const& origin,
-        Frame const& frame,
+        TextTransform const& em,
         math::Rect2<double> const& clip);
+    bool Redraw(GlyphSink& sink, Line const& line, Placement const& wanted, int x, int y) const;
     std::string Shorten(
         Font& font,
         Frame const& frame,
@@ -168,72 +218,102 @@ struct TextRenderer::Engine {
 
     FontLibrary fonts;
     TextShaper shaper;
-    TextCache<LineKey, std::unique_ptr<ShapedLine>, LineHash> lines;
-    std::unique_ptr<ShapedLine> large; ///< the last line that the cache has no room for
+    TextCache<LineKey, std::unique_ptr<Line>, LineHash> lines;
+    std::unique_ptr<Line> large; ///< the last line that the cache has no room for
     GlyphCache glyphs;
 };
 
-ShapedLine const& TextRenderer::Engine::Line(Font& font, std::string_view text) {
+Line& TextRenderer::Engine::Shaped(Font& font, std::string_view text) {
     large.reset();
-    if (std::unique_ptr<ShapedLine> const* const known = lines.Find({font.id, text})) {
+    if (std::unique_ptr<Line> const* const known = lines.Find({font.id, text})) {
         return **known;
     }
-    auto line = std::make_unique<ShapedLine>(shaper.Shape(fonts, font, text));
-    std::size_t const cost = line->Bytes() + 96; // and what the map takes beside it
+    auto line = std::make_unique<Line>();
+    line->shape = shaper.Shape(fonts, font, text);
+    std::size_t cost = line->shape.Bytes() + sizeof(Line) + 96; // and what the map takes beside it
+    if (line->shape.glyphs.size() <= kMostPlaced) {
+        line->placed.reserve(line->shape.glyphs.size());
+        cost += line->placed.capacity() * sizeof(PlacedGlyph);
+    }
     if (!lines.Fits(cost)) {
         large = std::move(line);
         return *large;
     }
-    LineKey const key{font.id, line->text};
+    LineKey const key{font.id, line->shape.text};
     return *lines.Insert(key, std::move(line), cost);
 }
 
-/// Upright text has its baseline on a pixel edge, so that the hinted edges of the glyphs are
-/// crisp; along the line glyphs stand on quarters of a pixel, so that their spacing is even.
+/// Draws a line from its last placement, if that is the wanted one: the path of every text that is
+/// drawn again as it was, which is most of what a window draws.
+bool TextRenderer::Engine::Redraw(
+    GlyphSink& sink, Line const& line, Placement const& wanted, int x, int y) const {
+    if (line.placed.empty() || !(line.placement == wanted)) {
+        return false;
+    }
+    for (PlacedGlyph const& glyph : line.placed) {
+        Blend(sink, *glyph.bitmap, x + glyph.x, y + glyph.y);
+    }
+    return true;
+}
+
+/// Glyphs stand on quarters of a pixel along the line, so that their spacing is even. The origin of
+/// upright text is on a pixel edge vertically, so that the hinted edges of its glyphs are crisp.
 void TextRenderer::Engine::DrawLine(
     GlyphSink& sink,
-    ShapedLine const& line,
+    Line& line,
     math::Point2<double> const& origin,
-    Frame const& frame,
+    TextTransform const& em,
     math::Rect2<double> const& clip) {
-    GlyphScale const scale = ScaleOf(frame.em);
-    bool const upright = scale.Upright();
-    double const yGrid = upright ? 1 : 4;
-    int const yShift = upright ? 0 : 2;
-    for (ShapedRun const& run : line.runs) {
-        math::Rect2<double> const reach = Reach(*run.face, frame.em);
+    GlyphScale const scale = ScaleOf(em);
+    double const yGrid = scale.Upright() ? 1 : 4;
+    double const yStep = scale.Upright() ? 4 : 1;
+    double const x0 = std::floor(origin.x * 4 + 0.5);
+    double const y0 = std::floor(origin.y * yGrid + 0.5) * yStep;
+    bool const isNear = std::abs(x0) < kFarthest && std::abs(y0) < kFarthest;
+    int const nearX = isNear ? static_cast<int>(x0) : 0;
+    int const nearY = isNear ? static_cast<int>(y0) : 0;
+    Placement const placement{scale, nearX & 3, nearY & 3, glyphs.Epoch()};
+    if (isNear && Redraw(sink, line, placement, nearX >> 2, nearY >> 2)) {
+        return;
+    }
+    line.placement = placement;
+    line.placed.clear();
+    ShapedLine const& shape = line.shape;
+    for (ShapedRun const& run : shape.runs) {
+        math::Rect2<double> const reach = Reach(*run.face, em);
         math::Rect2<double> const inside{
-            clip.left - reach.right,
-            clip.top - reach.bottom,
-            clip.right - reach.left,
-            clip.bottom - reach.top};
+            clip.left - reach.right - origin.x,
+            clip.top - reach.bottom - origin.y,
+            clip.right - reach.left - origin.x,
+            clip.bottom - reach.top - origin.y};
         std::uint32_t const strike = glyphs.Strike(*run.face, scale);
         for (std::size_t i = run.begin; i < run.end; ++i) {
-            ShapedGlyph const& glyph = line.glyphs[i];
-            double const x = origin.x + frame.em.xx * glyph.x - frame.em.xy * double(glyph.y);
-            double const y = origin.y + frame.em.yx * glyph.x - frame.em.yy * double(glyph.y);
+            ShapedGlyph const& glyph = shape.glyphs[i];
+            double const x = em.xx * glyph.x - em.xy * double(glyph.y);
+            double const y = em.yx * glyph.x - em.yy * double(glyph.y);
             if (!(x > inside.left && x < inside.right && y > inside.top && y < inside.bottom)) {
                 continue;
             }
-            int const xSteps = static_cast<int>(std::floor(x * 4 + 0.5));
-            int const ySteps = static_cast<int>(std::floor(y * yGrid + 0.5));
+            // Inside the clip, so both fit an int.
+            int const xSteps = static_cast<int>(x0 + std::floor(x * 4 + 0.5));
+            int const ySteps = static_cast<int>(y0 + std::floor(y * yGrid + 0.5) * yStep);
             GlyphBitmap const& bitmap = glyphs.Find(
                 strike,
                 *run.face,
                 scale,
                 glyph.glyph,
                 static_cast<unsigned>(xSteps & 3),
-                upright ? 0 : static_cast<unsigned>(ySteps & 3));
-            if (bitmap.width > 0 && bitmap.height > 0) {
-                sink.BlendMask(
-                    (xSteps >> 2) + bitmap.left,
-                    (ySteps >> yShift) + bitmap.top,
-                    bitmap.coverage.data(),
-                    bitmap.width,
-                    bitmap.height,
-                    bitmap.width);
+                static_cast<unsigned>(ySteps & 3));
+            Blend(sink, bitmap, xSteps >> 2, ySteps >> 2);
+            if (isNear && line.placed.size() < line.placed.capacity()) {
+                line.placed.push_back(
+                    {&bitmap, (xSteps >> 2) - (nearX >> 2), (ySteps >> 2) - (nearY >> 2)});
             }
         }
+    }
+    // Good for another time only when it is whole and no bitmap of it was dropped meanwhile.
+    if (line.placed.size() != shape.glyphs.size() || glyphs.Epoch() != placement.epoch) {
+        line.placed.clear();
     }
 }
 
@@ -247,10 +327,10 @@ std::string TextRenderer::Engine::Shorten(
         return std::string(line.substr(0, bytes)).append(ellipsis);
     };
     auto const fits = [&](std::size_t bytes) {
-        return Line(font, joined(bytes)).width * frame.width <= width;
+        return Shaped(font, joined(bytes)).shape.width * frame.width <= width;
     };
-    auto const clusters = ClusterAdvances(Line(font, line));
-    double end = Line(font, ellipsis).width * frame.width;
+    auto const clusters = ClusterAdvances(Shaped(font, line).shape);
+    double end = Shaped(font, ellipsis).shape.width * frame.width;
     std::size_t count = 0;
     while (count < clusters.size() && end + clusters[count].second * frame.width <= width) {
         end += clusters[count++].second * frame.width;
@@ -332,15 +412,15 @@ bool TextRenderer::DrawTo(
                 !(uprightY + tallest > visible.top && uprightY - tallest < visible.bottom)) {
                 continue;
             }
-            ShapedLine const& line = engine.Line(*font, piece);
-            double const x = AlignedLeft(style.alignX, line.width * frame.width);
+            Line& line = engine.Shaped(*font, piece);
+            double const x = AlignedLeft(style.alignX, line.shape.width * frame.width);
             double const y = baseline + i * frame.lineAdvance;
             engine.DrawLine(
                 sink,
                 line,
                 {anchor.x + transform.xx * x + transform.xy * y,
                  upright ? uprightY : anchor.y + transform.yx * x + transform.yy * y},
-                frame,
+                frame.em,
                 visible);
         }
         return true;
@@ -363,7 +443,7 @@ math::Rect2<double> TextRenderer::Measure(
                               (LineCount(text) - 1) * frame.lineAdvance;
         double width = 0;
         while (!text.empty()) {
-            width = std::max(width, engine.Line(*font, NextLine(text)).width * frame.width);
+            width = std::max(width, engine.Shaped(*font, NextLine(text)).shape.width * frame.width);
         }
         double const left = AlignedLeft(style.alignX, width);
         double const top = AlignedTop(style.alignY, face.Ascender() * frame.height, height);
@@ -382,7 +462,7 @@ std::string TextRenderer::Ellipsize(
         for (std::string_view rest = text; font != nullptr && !rest.empty();) {
             std::size_t const begin = text.size() - rest.size();
             std::string_view const line = NextLine(rest);
-            if (!(engine.Line(*font, line).width * frame.width <= width)) {
+            if (!(engine.Shaped(*font, line).shape.width * frame.width <= width)) {
                 return std::string(text.substr(0, begin)) +
                        engine.Shorten(*font, frame, line, ellipsis, width);
             }
