@@ -1,5 +1,7 @@
 #include "cimage/Conversion.h"
 
+#include "NoiseImages.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -97,6 +99,33 @@ TEST(Conversion, WideningAndBackLosesNothing) {
         ExpectBackAfterWidening(static_cast<short>(v * 256 - 32765));
         ExpectBackAfterWidening(Rgb8(u, 7, 200));
         ExpectBackAfterWidening(Bgra8(u, 7, 200, u));
+    }
+}
+
+TEST(Conversion, OfARowIsThatOfEachOfItsPixels) {
+    // Every pair of types; rows that whole vectors and single pixels both take part in.
+    auto const images = MakeOneOfEach(61, 2);
+    auto const pixels = MakeOneOfEach(1, 1);
+    for (unsigned from = 1; from < images.size(); ++from) {
+        for (unsigned to = 1; to < images.size(); ++to) {
+            CImage const& source = *images[from];
+            auto const row = images[to]->Clone();
+            Convert(source, *row);
+            bool const hasMosaic = (from >= 5 && from <= 12) || (to >= 5 && to <= 12);
+            for (unsigned x = 0; x < (hasMosaic ? 0 : source.Width()); ++x) {
+                auto const one = pixels[from]->Clone();
+                auto const expected = pixels[to]->Clone();
+                std::size_t const size = source.BytesPerPixel();
+                std::copy_n(source.Bytes(1) + x * size, size, one->Bytes());
+                Convert(*one, *expected);
+                std::size_t const pixelSize = row->BytesPerPixel();
+                ASSERT_TRUE(std::equal(
+                    expected->Bytes(),
+                    expected->Bytes() + pixelSize,
+                    row->Bytes(1) + x * pixelSize))
+                    << from << " to " << to << ", column " << x;
+            }
+        }
     }
 }
 
