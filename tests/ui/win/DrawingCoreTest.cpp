@@ -1,0 +1,166 @@
+#include "support/RecordingCore.h"
+#include "ui/win/CWindowCore.h"
+#include "ui/win/camera/CWindowCamera2D.h"
+
+#include <boost/make_shared.hpp>
+#include <boost/property_tree/ptree.hpp>
+
+#include <gmock/gmock.h>
+
+#include <climits>
+#include <cmath>
+
+using namespace ui::win;
+
+namespace {
+
+using testing::ElementsAre;
+using Point2f = math::Point2<float>;
+using Point3f = math::Point3<float>;
+using Grey = cimage::TImage<unsigned char>;
+using SPConst = boost::shared_ptr<cimage::CImage const>;
+
+TEST(DrawingCore, BareCoreDeclinesWhatItCannotDraw) {
+    CWindowCore core;
+    SPConst const image = boost::make_shared<Grey>(2, 2);
+    CWindowCore::Colour colour(1, 2, 3, 4);
+    math::Rect2<double> rectangle(1, 2, 3, 4);
+    Grey frame(1, 1);
+    Point2f const p2;
+    Point3f const p3[4];
+    C4UB_V3F_t const coloured;
+    T2F_V3F_t const textured;
+    bool const declined[] = {
+        core.BindImage(image),
+        core.DrawLine(0, 0, 1, 1),
+        core.DrawBox(0, 0, 1, 1, true),
+        core.DrawEllipse(0, 0, 1, 1, 0, 1, true),
+        core.DrawPixels(&p2, 1),
+        core.DrawPixels(p3, 1),
+        core.DrawPixels(&coloured, 1),
+        core.DrawPixels(&textured, 1),
+        core.DrawPolyLine(&p2, 1, true),
+        core.DrawPolyLine(p3, 1, true),
+        core.DrawLineStream(&p2, 0),
+        core.DrawLineStream(p3, 1),
+        core.DrawLineStream(&coloured, 0),
+        core.DrawTriangles(&p2, 0),
+        core.DrawTriangles(p3, 1),
+        core.DrawTriangles(&coloured, 0),
+        core.DrawTriangles(&textured, 0),
+        core.DrawTrianglesV3FN3F(p3, 0),
+        core.DrawQuads(&p2, 0),
+        core.DrawQuads(p3, 1),
+        core.DrawQuads(&coloured, 0),
+        core.DrawQuads(&textured, 0),
+        core.DrawText({0, 0, 0}, "t"),
+        core.GetTextSize(rectangle, "t"),
+        core.SetColor(colour),
+        core.SetColorEx(colour, colour, colour, 1),
+        core.GetColor(&colour),
+        core.GetHighlightColor(&colour),
+        core.EnableLight(0, p3[0], colour, colour, colour),
+        core.DisableLight(0),
+        core.SetLineSmooth(true),
+        core.SetLineWidth(1),
+        core.SetPointSize(1),
+        core.GetImage(frame)};
+    for (std::size_t i = 0; i < std::size(declined); ++i) {
+        EXPECT_FALSE(declined[i]) << i;
+    }
+    EXPECT_EQ(colour, CWindowCore::Colour(1, 2, 3, 4));
+    EXPECT_TRUE(core.SetFontSizeEx(1, 1, true));
+    EXPECT_TRUE(core.SetBlend(BlendAlpha));
+    EXPECT_EQ(core.GetBlend(), BlendAlpha);
+    EXPECT_TRUE(core.DrawImage(Point2f(0, 0), Point2f(1, 1), image)) << "drawn or not";
+    EXPECT_TRUE(core.DrawImage(p3, image));
+    std::string shortened;
+    EXPECT_FALSE(core.EllipseText({0, 0, 0}, shortened, "the text", "more", 1));
+    EXPECT_EQ(shortened, "the text");
+    EXPECT_EQ(core.GetFontName(), "Liberation Sans");
+}
+
+TEST(DrawingCore, ImagesAreOneTexturedQuad) {
+    tests::RecordingCore core;
+    core.answer = false;
+    SPConst const image = boost::make_shared<Grey>(2, 2);
+    EXPECT_TRUE(core.CWindowCore::DrawImage(Point2f(10, 20), Point2f(30, 50), image));
+    EXPECT_THAT(
+        core.Take(),
+        ElementsAre(
+            "BindImage [2x2:1]", "DrawQuads (1,0,30,20,0 0,0,10,20,0 0,1,10,50,0 1,1,30,50,0)"));
+    Point3f const corners[] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}};
+    EXPECT_TRUE(core.CWindowCore::DrawImage(corners, image));
+    EXPECT_THAT(
+        core.Take(),
+        ElementsAre("BindImage [2x2:1]", "DrawQuads (1,0,1,2,3 0,0,4,5,6 0,1,7,8,9 1,1,10,11,12)"));
+}
+
+TEST(DrawingCore, MaterialFallsBackToTheFirstColour) {
+    tests::RecordingCore core;
+    EXPECT_TRUE(core.SetColorEx({1, 2, 3, 4}, {5, 5, 5, 5}, {6, 6, 6, 6}, 7));
+    EXPECT_THAT(core.Take(), ElementsAre("SetColor 1,2,3,4"));
+}
+
+TEST(DrawingCore, DepthBufferTouchesItsBitOnly) {
+    CreationParams params;
+    params.flags = StateVisible | StateKeyboard;
+    params.width = params.height = 1;
+    tests::RecordingCore core(params);
+    core.EnableZBuffer(0.1, 100);
+    EXPECT_EQ(core.Flags(), params.flags | 0x2000U);
+    EXPECT_EQ(core.DepthNear(), 0.1);
+    EXPECT_EQ(core.DepthFar(), 100);
+    core.DisableZBuffer();
+    EXPECT_EQ(core.Flags(), params.flags);
+}
+
+TEST(DrawingCore, ViewKeepsWhatIsNotGiven) {
+    CWindowCore core;
+    auto const camera = boost::make_shared<CCamera2D>(0, 0, 10, 10, 0.0);
+    CWindowViewPort part = CWindowViewPort::Pixels(1, 2, 3, 4);
+    core.SetViewPort(ViewPortPixels, &part, camera);
+    part.left = 99;
+    core.SetViewPort(ViewPortKeep, nullptr, nullptr);
+    EXPECT_EQ(core.GetViewPortMode(), ViewPortPixels);
+    EXPECT_EQ(core.GetViewPort().left, 1) << "a copy";
+    EXPECT_EQ(core.GetCamera(), camera);
+    core.SetViewPort(ViewPortCamera, nullptr, nullptr);
+    EXPECT_EQ(core.GetViewPortMode(), ViewPortCamera);
+    EXPECT_EQ(core.GetCamera(), camera);
+}
+
+TEST(DrawingCore, WorldPointsLandOnTheScreen) {
+    tests::RecordingCore core(200, 100);
+    CWindowViewPort right = CWindowViewPort::Fractions(0.5F, 0, 1, 1);
+    core.SetViewPort(ViewPortCamera, &right, boost::make_shared<CCamera2D>(0, 0, 20, 10, 0.0));
+    EXPECT_EQ(core.PixelRectangle(), math::Rect2<int>(100, 0, 200, 100));
+    EXPECT_EQ(core.WindowToScreen<int>({10, 5, 0}), math::Point2<int>(150, 50));
+    EXPECT_TRUE(core.IsPointInFront({10, 5, 0}));
+    core.SetTranslation(10, 0, false);
+    core.SetTranslation(0, -5, true);
+    EXPECT_EQ(core.WindowToScreen<int>({0, 10, 0}), math::Point2<int>(150, 50));
+    core.SetTranslation(0, 0, false);
+
+    core.SetViewPort(ViewPortFractions, nullptr, nullptr);
+    EXPECT_EQ(core.WindowToScreen<double>({0.25F, 0.75F, 9}), math::Point2<double>(125, 75));
+    core.SetViewPort(ViewPortPixels, nullptr, nullptr);
+    EXPECT_EQ(core.WindowToScreen<double>({-3.5F, 7.25F, 9}), math::Point2<double>(-3.5, 7.25));
+    EXPECT_EQ(core.WindowToScreen<int>({-3.5F, 7.25F, 9}), math::Point2<int>(-4, 7));
+    EXPECT_EQ(core.WindowToScreen<int>({NAN, 0, 0}).x, INT_MIN);
+}
+
+TEST(DrawingCore, TimersMoveAndEnd) {
+    CWindowCore core;
+    core.AddAbsoluteTimer(1, {10, 0});
+    core.AddAbsoluteTimer(2, {20, 0});
+    core.AddAbsoluteTimer(1, {30, 5});
+    ASSERT_EQ(core.Timers().size(), 2U);
+    core.ReleaseTimer(2);
+    core.ReleaseTimer(7);
+    ASSERT_EQ(core.Timers().size(), 1U);
+    EXPECT_EQ(core.Timers()[0].id, 1);
+    EXPECT_EQ(core.Timers()[0].due.tv_sec, 30);
+}
+
+} // namespace
