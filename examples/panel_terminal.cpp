@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <iostream>
+#include <utility>
 
 namespace {
 
@@ -64,15 +65,20 @@ bool PanelTerminal::OnShow(ui::widget_guid_t guid, ui::detail::WidgetCore const&
 
 void PanelTerminal::OnHide(ui::widget_guid_t guid) {
     Lock const lock(m_mutex);
-    Item& item = m_items[guid];
-    item.visible = false;
-    Say("- " + Line(guid, item));
+    auto const item = m_items.find(guid);
+    if (item != m_items.end()) {
+        item->second.visible = false;
+        Say("- " + Line(guid, item->second));
+    }
 }
 
 void PanelTerminal::OnDetach(ui::widget_guid_t guid) {
     Lock const lock(m_mutex);
-    Say("- " + Line(guid, m_items[guid]));
-    Drop(guid);
+    auto const item = m_items.find(guid);
+    if (item != m_items.end()) {
+        Say("- " + Line(guid, item->second));
+        Drop(guid);
+    }
 }
 
 PanelTerminal::Item&
@@ -88,9 +94,14 @@ PanelTerminal::Take(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) 
     return item;
 }
 
+// Forgets a widget and what was shown as a part of it.
 void PanelTerminal::Drop(ui::widget_guid_t guid) {
-    std::vector<ui::widget_guid_t> const children = m_items[guid].children;
-    m_items.erase(guid);
+    auto const item = m_items.find(guid);
+    if (item == m_items.end()) {
+        return;
+    }
+    std::vector<ui::widget_guid_t> const children = std::move(item->second.children);
+    m_items.erase(item);
     for (ui::widget_guid_t const child : children) {
         Drop(child);
     }
