@@ -4,6 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
 #include <cmath>

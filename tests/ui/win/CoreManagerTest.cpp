@@ -178,7 +178,7 @@ TEST(CoreManager, GrabsAFrameOnlyForADumpOrASubscriber) {
 TEST(CoreManager, DumpsFailWithTheFolderOrThePattern) {
     tests::CapturedOutput output;
     tests::IniGuard config;
-    config.ini.Set("WIN OUTPUT FILE FORMAT", "%s-%n%d.ppm");
+    config.ini.Set("WIN OUTPUT FILE FORMAT", "%s-%");
     PictureCore manager(Params("1234"));
     OutputFolder folder;
     EXPECT_THROW(manager.DumpImage(""), std::runtime_error);
@@ -208,6 +208,7 @@ TEST(CoreManager, StatusIsKeptUnderTheLettersOfTheTitle) {
     tests::IniGuard config;
     CWindowNullCore manager(Params());
     EXPECT_FALSE(manager.LoadAndApplyStatusFromDisk());
+    output.Take();
     EXPECT_TRUE(manager.SaveStatusOnDisk());
     EXPECT_EQ(*config.ini.Find("CAMERALEFT"), "100,50,64,48");
     EXPECT_EQ(
