@@ -1,5 +1,6 @@
 #include "drivers/raster/FontCatalogue.h"
 
+#include <boost/filesystem/directory.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include <fontconfig/fontconfig.h>
@@ -10,6 +11,7 @@ namespace drivers::raster {
 
 namespace {
 
+namespace fs = boost::filesystem;
 using Lock = boost::lock_guard<boost::mutex>;
 
 boost::mutex& ProcessLock() {
@@ -106,8 +108,15 @@ FontCatalogue::FontCatalogue(_FcConfig* config) : m_config(config) {}
 FontCatalogue::FontCatalogue(std::string const& folder) : m_config(nullptr) {
     Lock const lock(ProcessLock());
     m_config = FcConfigCreate();
-    if (m_config != nullptr) {
-        FcConfigAppFontAddDir(m_config, Bytes(folder));
+    // File by file: adding the folder as a whole wants a folder for a cache beside it.
+    boost::system::error_code error;
+    fs::recursive_directory_iterator file(
+        folder,
+        fs::directory_options::skip_permission_denied | fs::directory_options::pop_on_error,
+        error);
+    while (m_config != nullptr && file != fs::recursive_directory_iterator()) {
+        FcConfigAppFontAddFile(m_config, Bytes(file->path().string()));
+        file.increment(error);
     }
 }
 
