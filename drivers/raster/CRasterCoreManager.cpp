@@ -1,0 +1,474 @@
+#include "drivers/raster/CRasterCoreManager.h"
+
+#include "cimage/Conversion.h"
+#include "cimage/TImage.h"
+#include "kiv/Diagnostics.h"
+
+#include <boost/current_function.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+namespace drivers::raster {
+
+using math::Point2;
+using math::Point3;
+using ui::win::C4UB_V3F_t;
+using ui::win::T2F_V3F_t;
+
+namespace {
+
+constexpr math::Rect2<int> kEverywhere{0, 0, Canvas::MaxSize, Canvas::MaxSize};
+
+using RGB = cimage::TRGB<unsigned char>;
+using RGBA = cimage::TRGBA<unsigned char>;
+
+template <class V>
+VertexArray Positions(float const* first, unsigned dimension, std::size_t count) {
+    VertexArray array;
+    array.position = first;
+    array.dimension = dimension;
+    array.strideBytes = sizeof(V);
+    array.count = count;
+    return array;
+}
+
+VertexArray ArrayOf(Point2<float> const* points, std::size_t count) {
+    return Positions<Point2<float>>(&points->x, 2, count);
+}
+
+VertexArray ArrayOf(Point3<float> const* points, std::size_t count) {
+    return Positions<Point3<float>>(&points->x, 3, count);
+}
+
+VertexArray ArrayOf(C4UB_V3F_t const* points, std::size_t count) {
+    VertexArray array = Positions<C4UB_V3F_t>(&points->x, 3, count);
+    array.colour = &points->r;
+    return array;
+}
+
+VertexArray ArrayOf(T2F_V3F_t const* points, std::size_t count) {
+    VertexArray array = Positions<T2F_V3F_t>(&points->x, 3, count);
+    array.texture = &points->s;
+    return array;
+}
+
+} // namespace
+
+/// A text's anchor in pixels, and how world directions run on the screen there.
+struct CRasterCoreManager::TextPlace {
+    Point2<double> anchor;
+    TextTransform world;
+};
+
+CRasterCoreManager::CRasterCoreManager(
+    ui::win::CreationParams const& params, boost::shared_ptr<support::RenderThread> thread)
+    : CThreadedCoreManager(params, std::move(thread)), m_drawable(kEverywhere) {
+    auto const add = [this](unsigned type, Texture::Format format) {
+        m_bind.Add(type, [this, format](CWindowCore*, SPImage const& image) {
+            SetTexture(image, format);
+        });
+    };
+    add(cimage::TImage<unsigned char>::StaticType, Texture::Format::Grey8);
+    add(cimage::TImage<RGB>::StaticType, Texture::Format::RGB8);
+    add(cimage::TImage<RGBA>::StaticType, Texture::Format::RGBA8);
+}
+
+void CRasterCoreManager::ForgetImages() {
+    m_canvas.State().texture = Texture();
+    m_boundImage.reset();
+    m_converted.clear();
+}
+
+/// Puts the state that the layers start from in force.
+void CRasterCoreManager::StartDrawing() {
+    CThreadedCoreManager::BeginFrame();
+    m_canvas.State() = DrawState();
+    m_canvas.State().bilinear = Interpolates();
+    m_fontWidth = m_fontHeight = kDefaultFontSize;
+    m_fontInWorld = false;
+    m_viewChanged = true;
+    ForgetImages();
+    m_phase = Phase::Layers;
+}
+
+void CRasterCoreManager::BeginFrame() {
+    StartDrawing();
+    int const width = static_cast<int>(Width());
+    int const height = static_cast<int>(Height());
+    if (width != m_canvas.Width() || height != m_canvas.Height()) {
+        m_canvas.Resize(width, height);
+    }
+    m_canvas.Clear(BackgroundColor());
+}
+
+void CRasterCoreManager::EndLayers() {
+    m_phase = Phase::Plugins;
+    m_sampled = {PointerX(), PointerY()};
+    m_sampledColour = m_canvas.Read(m_sampled.x, m_sampled.y);
+}
+
+void CRasterCoreManager::FinishFrame() {
+    ForgetImages();
+    m_phase = Phase::Nothing;
+}
+
+Canvas& CRasterCoreManager::ReadyCanvas() {
+    if (m_viewChanged) {
+        math::TMatrix<double, 3, 4> worldToPixel;
+        GetWorldToPixelMatrix(worldToPixel);
+        m_canvas.SetView(worldToPixel, Intersect(PixelRectangle(), m_drawable));
+        m_viewChanged = false;
+    }
+    return m_canvas;
+}
+
+void CRasterCoreManager::SetViewPort(
+    ui::win::ViewPortMode mode,
+    ui::win::CWindowViewPort* viewPort,
+    boost::shared_ptr<ui::win::CCamera> camera) {
+    CThreadedCoreManager::SetViewPort(mode, viewPort, std::move(camera));
+    m_viewChanged = true;
+}
+
+bool CRasterCoreManager::SetTranslation(double dx, double dy, bool relative) {
+    m_viewChanged = true;
+    return CThreadedCoreManager::SetTranslation(dx, dy, relative);
+}
+
+bool CRasterCoreManager::BindImage(SPImage const& image) {
+    auto const known = std::find_if(
+        m_converted.begin(), m_converted.end(), [&](auto const& c) { return c.source == image; });
+    if (known != m_converted.end()) {
+        m_boundImage = known->image;
+        m_canvas.State().texture = known->texture;
+        return true;
+    }
+    m_bind(this, image);
+    if (m_boundImage != image) {
+        m_converted.push_back({image, m_boundImage, m_canvas.State().texture});
+    }
+    return true;
+}
+
+void CRasterCoreManager::SetTexture(SPImage const& image, Texture::Format format) {
+    m_boundImage = image;
+    Texture& texture = m_canvas.State().texture;
+    texture.pixels = image->Bytes();
+    texture.width = static_cast<int>(image->Width());
+    texture.height = static_cast<int>(image->Height());
+    texture.stride = image->Stride();
+    texture.format = format;
+}
+
+bool CRasterCoreManager::DrawLine(double x0, double y0, double x1, double y1) {
+    ReadyCanvas().Line(x0, y0, x1, y1);
+    return true;
+}
+
+bool CRasterCoreManager::DrawBox(double x0, double y0, double x1, double y1, bool filled) {
+    ReadyCanvas().Box(x0, y0, x1, y1, filled);
+    return true;
+}
+
+bool CRasterCoreManager::DrawEllipse(
+    double x0, double y0, double x1, double y1, double start, double end, bool filled) {
+    ReadyCanvas().Ellipse(x0, y0, x1, y1, start, end, filled);
+    return true;
+}
+
+template <class V>
+bool CRasterCoreManager::Draw(
+    void (Canvas::*operation)(VertexArray const&), V const* vertices, std::size_t count) {
+    bool const withoutPixels =
+        std::is_same_v<V, T2F_V3F_t> && m_boundImage && m_canvas.State().texture.Empty();
+    if (count > 0 && !withoutPixels) {
+        (ReadyCanvas().*operation)(ArrayOf(vertices, count));
+    }
+    return true;
+}
+
+bool CRasterCoreManager::DrawPixels(Point2<float> const* points, unsigned count) {
+    return Draw(&Canvas::Points, points, count);
+}
+bool CRasterCoreManager::DrawPixels(Point3<float> const* points, unsigned count) {
+    return Draw(&Canvas::Points, points, count);
+}
+bool CRasterCoreManager::DrawPixels(C4UB_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Points, points, count);
+}
+bool CRasterCoreManager::DrawPixels(T2F_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Points, points, count);
+}
+
+bool CRasterCoreManager::DrawPolyLine(Point2<float> const* points, unsigned count, bool closed) {
+    if (count > 0) {
+        ReadyCanvas().Polyline(ArrayOf(points, count), closed);
+    }
+    return true;
+}
+bool CRasterCoreManager::DrawPolyLine(Point3<float> const* points, unsigned count, bool closed) {
+    if (count > 0) {
+        ReadyCanvas().Polyline(ArrayOf(points, count), closed);
+    }
+    return true;
+}
+
+bool CRasterCoreManager::DrawLineStream(Point2<float> const* points, unsigned count) {
+    return Draw(&Canvas::Lines, points, std::size_t{count} * 2);
+}
+bool CRasterCoreManager::DrawLineStream(Point3<float> const* points, unsigned count) {
+    return Draw(&Canvas::Lines, points, std::size_t{count} * 2);
+}
+bool CRasterCoreManager::DrawLineStream(C4UB_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Lines, points, std::size_t{count} * 2);
+}
+
+bool CRasterCoreManager::DrawTriangles(Point2<float> const* points, unsigned count) {
+    return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+}
+bool CRasterCoreManager::DrawTriangles(Point3<float> const* points, unsigned count) {
+    return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+}
+bool CRasterCoreManager::DrawTriangles(C4UB_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+}
+bool CRasterCoreManager::DrawTriangles(T2F_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+}
+bool CRasterCoreManager::DrawTrianglesV3FN3F(Point3<float> const* points, unsigned count) {
+    if (count > 0) {
+        VertexArray array = ArrayOf(points, std::size_t{count} * 3);
+        array.strideBytes = 2 * sizeof *points;
+        ReadyCanvas().Triangles(array);
+    }
+    return true;
+}
+
+bool CRasterCoreManager::DrawQuads(Point2<float> const* points, unsigned count) {
+    return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+}
+bool CRasterCoreManager::DrawQuads(Point3<float> const* points, unsigned count) {
+    return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+}
+bool CRasterCoreManager::DrawQuads(C4UB_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+}
+bool CRasterCoreManager::DrawQuads(T2F_V3F_t const* points, unsigned count) {
+    return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+}
+
+bool CRasterCoreManager::SetColor(Colour colour) {
+    m_canvas.State().colour = colour;
+    return true;
+}
+
+bool CRasterCoreManager::GetColor(Colour* colour) {
+    *colour = m_canvas.State().colour;
+    return true;
+}
+
+bool CRasterCoreManager::SetBlend(ui::win::_BlendType_t type) {
+    m_canvas.State().blend = type == ui::win::BlendAlpha;
+    return CThreadedCoreManager::SetBlend(type);
+}
+
+bool CRasterCoreManager::SetLineSmooth(bool smooth) {
+    m_canvas.State().lineSmooth = smooth;
+    return true;
+}
+
+bool CRasterCoreManager::SetLineWidth(float width) {
+    m_canvas.State().lineWidth = width;
+    return true;
+}
+
+bool CRasterCoreManager::SetPointSize(float size) {
+    m_canvas.State().pointSize = size;
+    return true;
+}
+
+void CRasterCoreManager::RunExtension(char const* name) {
+    if (std::strcmp(name, "soft-image") == 0) {
+        m_canvas.State().bilinear = true;
+    } else if (std::strcmp(name, "no-soft-image") == 0) {
+        m_canvas.State().bilinear = Interpolates();
+    }
+}
+
+bool CRasterCoreManager::SetFontSizeEx(double width, double height, bool world) {
+    m_fontWidth = width;
+    m_fontHeight = height;
+    m_fontInWorld = world;
+    return true;
+}
+
+TextStyle CRasterCoreManager::Style() const {
+    TextStyle style;
+    style.font = GetFontName();
+    style.width = m_fontWidth;
+    style.height = m_fontHeight;
+    style.alignX = static_cast<TextAlignX>(HorizontalTextAlign());
+    style.alignY = static_cast<TextAlignY>(VerticalTextAlign());
+    return style;
+}
+
+/// @return false where the position is not seen: behind the camera, or not a number
+bool CRasterCoreManager::PlaceText(Point3<double> const& position, TextPlace& place) {
+    math::TMatrix<double, 3, 4> m;
+    GetWorldToPixelMatrix(m);
+    double p[3];
+    for (int i = 0; i < 3; ++i) {
+        p[i] = m(i, 0) * position.x + m(i, 1) * position.y + m(i, 2) * position.z + m(i, 3);
+    }
+    if (!(p[2] > Canvas::NearDistance)) {
+        return false;
+    }
+    place.anchor = {p[0] / p[2], p[1] / p[2]};
+    // Derivatives of X / W and Y / W by x and y.
+    place.world.xx = (m(0, 0) - place.anchor.x * m(2, 0)) / p[2];
+    place.world.xy = (m(0, 1) - place.anchor.x * m(2, 1)) / p[2];
+    place.world.yx = (m(1, 0) - place.anchor.y * m(2, 0)) / p[2];
+    place.world.yy = (m(1, 1) - place.anchor.y * m(2, 1)) / p[2];
+    return std::isfinite(place.anchor.x) && std::isfinite(place.anchor.y);
+}
+
+bool CRasterCoreManager::DrawText(Point3<double> const& position, char const* text) {
+    TextPlace place;
+    if (PlaceText(position, place)) {
+        Canvas& canvas = ReadyCanvas();
+        TextTransform const transform = m_fontInWorld ? place.world : TextTransform();
+        m_text.Draw(canvas, place.anchor, Style(), text, transform, canvas.Clip());
+        ReportTextTrouble();
+    }
+    return true;
+}
+
+void CRasterCoreManager::ReportTextTrouble() {
+    std::string const trouble = m_text.TakeWarning();
+    if (!trouble.empty()) {
+        kiv::Diagnose("[WW]", BOOST_CURRENT_FUNCTION, trouble);
+    }
+}
+
+/// How many text units one unit of the view is at a position, across and down.
+bool CRasterCoreManager::PixelsPerUnit(Point3<double> const& position, double& perX, double& perY) {
+    perX = perY = 1;
+    if (m_fontInWorld) {
+        return true;
+    }
+    TextPlace place;
+    if (!PlaceText(position, place)) {
+        return false;
+    }
+    perX = std::hypot(place.world.xx, place.world.yx);
+    perY = std::hypot(place.world.xy, place.world.yy);
+    return std::isfinite(perX) && std::isfinite(perY) && perX > 0 && perY > 0;
+}
+
+bool CRasterCoreManager::GetTextSize(math::Rect2<double>& rectangle, char const* text) {
+    double perX = 1;
+    double perY = 1;
+    if (!PixelsPerUnit({0, 0, 0}, perX, perY)) {
+        return false;
+    }
+    TextPlace place;
+    bool const scaled = m_fontInWorld && PlaceText({0, 0, 0}, place);
+    math::Rect2<double> const box =
+        m_text.Measure(Style(), text, scaled ? place.world : TextTransform());
+    ReportTextTrouble();
+    rectangle = {box.left / perX, box.top / perY, box.right / perX, box.bottom / perY};
+    return true;
+}
+
+bool CRasterCoreManager::EllipseText(
+    Point3<double> const& position,
+    std::string& result,
+    std::string const& text,
+    std::string const& further,
+    double width) {
+    double perX = 1;
+    double perY = 1;
+    if (!PixelsPerUnit(position, perX, perY)) {
+        result = text;
+        return false;
+    }
+    double const room = width * perX - m_text.Measure(Style(), further).Width();
+    result = m_text.Ellipsize(Style(), text, room);
+    ReportTextTrouble();
+    return true;
+}
+
+bool CRasterCoreManager::PluginsAreEnabled() const {
+    return std::any_of(
+        Plugins().begin(), Plugins().end(), [](Plugin const& plugin) { return plugin.enabled; });
+}
+
+bool CRasterCoreManager::GetHighlightColor(Colour* colour) {
+    Point2<int> const pointer(PointerX(), PointerY());
+    *colour = Colour();
+    if (!GetPixel(colour, pointer.x, pointer.y)) {
+        return false;
+    }
+    if (m_phase != Phase::Layers && PluginsAreEnabled()) {
+        if (m_phase == Phase::Nothing && pointer != m_sampled) {
+            m_sampledColour = RedrawnLayers(pointer.x, pointer.y);
+            m_sampled = pointer;
+        }
+        *colour = m_sampledColour;
+    }
+    return true;
+}
+
+/// Draws one pixel again without the plugins. Cheaper than keeping a second picture of every frame
+/// for a question that is seldom asked.
+Colour CRasterCoreManager::RedrawnLayers(int x, int y) {
+    Colour& pixel = m_canvas.Row(y)[x];
+    Colour const finished = pixel;
+    StartDrawing();
+    m_drawable = {x, y, x + 1, y + 1};
+    Colour const background = BackgroundColor();
+    pixel = {background.r, background.g, background.b, 255};
+    try {
+        DrawerList().Draw(this);
+    } catch (std::exception const&) {
+        // Told when the frame was drawn; here as there, what came before it counts.
+    }
+    Colour const drawn = pixel;
+    pixel = finished;
+    m_drawable = kEverywhere;
+    FinishFrame();
+    return drawn;
+}
+
+bool CRasterCoreManager::GetImage(cimage::CImage& image) {
+    EnsureFrame();
+    auto const width = static_cast<unsigned>(m_canvas.Width());
+    auto const height = static_cast<unsigned>(m_canvas.Height());
+    if (auto* rgb = dynamic_cast<cimage::TImage<RGB>*>(&image)) {
+        if (rgb->Width() != width || rgb->Height() != height) {
+            rgb->Resize(width, height);
+        }
+        m_canvas.CopyTo((*rgb)[0], rgb->Stride());
+        return true;
+    }
+    cimage::TImage<RGBA> picture(width, height);
+    m_canvas.CopyTo(picture[0], picture.Stride());
+    cimage::Convert(picture, image);
+    return true;
+}
+
+bool CRasterCoreManager::GetPixel(Colour* colour, int x, int y) {
+    EnsureFrame();
+    if (x < 0 || y < 0 || x >= m_canvas.Width() || y >= m_canvas.Height()) {
+        return false;
+    }
+    *colour = m_canvas.Read(x, y);
+    return true;
+}
+
+} // namespace drivers::raster

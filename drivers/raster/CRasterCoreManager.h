@@ -1,0 +1,135 @@
+#pragma once
+
+#include "drivers/raster/Canvas.h"
+#include "drivers/raster/TextRenderer.h"
+#include "drivers/support/CThreadedCoreManager.h"
+#include "ui/win/image/CWindowImageConverter.h"
+
+#include <string>
+#include <vector>
+
+namespace drivers::raster {
+
+/// A backend that draws on the CPU: maps the operations of CWindowCore onto a Canvas. A driver adds
+/// how the finished picture is shown.
+///
+/// A frame starts from fresh state: white, opaque, lines and points of one pixel, text of 12
+/// pixels, no image bound. Textures and images are multiplied by the current colour, so an
+/// application sets white (with the alpha that it wants) before it draws one after coloured things.
+/// Textured vertices without a bound image take the current colour.
+class CRasterCoreManager : public support::CThreadedCoreManager {
+public:
+    CRasterCoreManager(
+        ui::win::CreationParams const& params, boost::shared_ptr<support::RenderThread> thread);
+
+    void SetViewPort(
+        ui::win::ViewPortMode mode,
+        ui::win::CWindowViewPort* viewPort,
+        boost::shared_ptr<ui::win::CCamera> camera) override;
+    /// Grey, RGB and RGBA of 8 bits are sampled where they lie; other types are converted through
+    /// the pool, once a frame for each image. @throws std::runtime_error for types it does not know
+    bool BindImage(SPImage const& image) override;
+
+    bool DrawLine(double x0, double y0, double x1, double y1) override;
+    bool DrawBox(double x0, double y0, double x1, double y1, bool filled) override;
+    bool DrawEllipse(
+        double x0, double y0, double x1, double y1, double start, double end, bool filled) override;
+    bool DrawPixels(math::Point2<float> const* points, unsigned count) override;
+    bool DrawPixels(math::Point3<float> const* points, unsigned count) override;
+    bool DrawPixels(ui::win::C4UB_V3F_t const* points, unsigned count) override;
+    bool DrawPixels(ui::win::T2F_V3F_t const* points, unsigned count) override;
+    bool DrawPolyLine(math::Point2<float> const* points, unsigned count, bool closed) override;
+    bool DrawPolyLine(math::Point3<float> const* points, unsigned count, bool closed) override;
+    bool DrawLineStream(math::Point2<float> const* points, unsigned count) override;
+    bool DrawLineStream(math::Point3<float> const* points, unsigned count) override;
+    bool DrawLineStream(ui::win::C4UB_V3F_t const* points, unsigned count) override;
+    bool DrawTriangles(math::Point2<float> const* points, unsigned count) override;
+    bool DrawTriangles(math::Point3<float> const* points, unsigned count) override;
+    bool DrawTriangles(ui::win::C4UB_V3F_t const* points, unsigned count) override;
+    bool DrawTriangles(ui::win::T2F_V3F_t const* points, unsigned count) override;
+    /// Drawn in the current colour; the normals play no part without lights.
+    bool DrawTrianglesV3FN3F(math::Point3<float> const* points, unsigned count) override;
+    bool DrawQuads(math::Point2<float> const* points, unsigned count) override;
+    bool DrawQuads(math::Point3<float> const* points, unsigned count) override;
+    bool DrawQuads(ui::win::C4UB_V3F_t const* points, unsigned count) override;
+    bool DrawQuads(ui::win::T2F_V3F_t const* points, unsigned count) override;
+
+    /// Sizes in world units turn and scale with the view; sizes in pixels stay upright.
+    bool SetFontSizeEx(double width, double height, bool world) override;
+    bool DrawText(math::Point3<double> const& position, char const* text) override;
+    bool GetTextSize(math::Rect2<double>& rectangle, char const* text) override;
+    /// `width` is in units of the view; `further` is measured, but not put into the result.
+    bool EllipseText(
+        math::Point3<double> const& position,
+        std::string& result,
+        std::string const& text,
+        std::string const& further,
+        double width) override;
+
+    bool SetColor(Colour colour) override;
+    bool GetColor(Colour* colour) override;
+    /// The colour that the layers give the pixel under the pointer, whatever plugins draw over it.
+    /// @return false, with a colour of zeros, while the pointer is outside the window
+    bool GetHighlightColor(Colour* colour) override;
+    bool SetTranslation(double dx, double dy, bool relative) override;
+    bool SetBlend(ui::win::_BlendType_t type) override;
+    bool SetLineSmooth(bool smooth) override;
+    bool SetLineWidth(float width) override;
+    bool SetPointSize(float size) override;
+    /// "soft-image": images drawn from now on are interpolated; "no-soft-image": as the window
+    /// does by default.
+    void RunExtension(char const* name) override;
+    /// Of any pixel type; the image takes the window's size.
+    bool GetImage(cimage::CImage& image) override;
+    /// A pixel of the last picture. @return false, changing nothing, outside of it
+    bool GetPixel(Colour* colour, int x, int y) override;
+
+protected:
+    void BeginFrame() override;
+    void EndLayers() override;
+    void FinishFrame() override;
+    /// The finished picture, for Present().
+    Canvas const& Picture() const { return m_canvas; }
+
+private:
+    static constexpr double kDefaultFontSize = 12;
+
+    /// What is being drawn into the picture.
+    enum class Phase { Nothing, Layers, Plugins };
+    /// An image that was converted for this frame.
+    struct Converted {
+        SPImage source;
+        SPImage image;
+        Texture texture;
+    };
+    struct TextPlace;
+
+    Canvas& ReadyCanvas();
+    void StartDrawing();
+    void ForgetImages();
+    void SetTexture(SPImage const& image, Texture::Format format);
+    template <class V>
+    bool Draw(void (Canvas::*operation)(VertexArray const&), V const* vertices, std::size_t count);
+    bool PlaceText(math::Point3<double> const& position, TextPlace& place);
+    bool PixelsPerUnit(math::Point3<double> const& position, double& perX, double& perY);
+    TextStyle Style() const;
+    void ReportTextTrouble();
+    bool PluginsAreEnabled() const;
+    Colour RedrawnLayers(int x, int y);
+
+    Canvas m_canvas;
+    TextRenderer m_text;
+    ui::win::BindImageFunctions m_bind;
+    bool m_viewChanged = true;   // the canvas has not been told of the view in force
+    math::Rect2<int> m_drawable; // pixels that may be drawn to, whatever the view port
+    double m_fontWidth = kDefaultFontSize;
+    double m_fontHeight = kDefaultFontSize;
+    bool m_fontInWorld = false;
+    SPImage m_boundImage; // keeps the texture of the canvas alive
+    std::vector<Converted> m_converted;
+    Phase m_phase = Phase::Nothing;
+    math::Point2<int> m_sampled{-1, -1}; // where m_sampledColour was taken, after the layers
+    Colour m_sampledColour;
+};
+
+} // namespace drivers::raster
