@@ -1,0 +1,311 @@
+#include "drivers/raster/CRasterCoreManager.h"
+
+#include "drivers/support/RenderThread.h"
+#include "raster/CanvasHelpers.h"
+#include "ui/win/CWidget.h"
+#include "ui/win/Event.h"
+#include "ui/win/camera/CWindowCamera2D.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+
+namespace tests {
+
+namespace {
+
+using namespace ui::win;
+using drivers::raster::CRasterCoreManager;
+using drivers::support::RenderThread;
+using P2 = math::Point2<float>;
+using P3 = math::Point3<float>;
+
+constexpr Colour kRed(255, 0, 0, 255);
+constexpr Colour kGreen(0, 255, 0, 255);
+
+CreationParams Params(boost::shared_ptr<CCamera> const& camera) {
+    CreationParams params;
+    params.title = "Test";
+    params.width = 64;
+    params.height = 48;
+    params.camera = camera;
+    return params;
+}
+
+/// A core that is drawn into on the test's own thread. Its camera shows two pixels a world unit.
+class Core : public CRasterCoreManager {
+public:
+    Core()
+        : CRasterCoreManager(
+              Params(boost::make_shared<CCamera2D>(0.0, 0.0, 32.0, 24.0, 0.0)),
+              boost::make_shared<RenderThread>()) {}
+    ~Core() override { Shutdown(); }
+    std::string GetConnectionString() const override { return ""; }
+
+    using CRasterCoreManager::BeginFrame;
+    using CRasterCoreManager::FinishFrame;
+    using CRasterCoreManager::Picture;
+
+    void StartInPixels() {
+        BeginFrame();
+        SetViewPort(ViewPortPixels, nullptr, {});
+    }
+};
+
+TEST(RasterCoreManager, CountsPrimitivesNotVertices) {
+    P2 const plane[8] = {{1, 1}, {9, 1}, {9, 9}, {1, 9}, {21, 1}, {29, 1}, {29, 9}, {21, 9}};
+    P3 space[8];
+    C4UB_V3F_t coloured[8];
+    P3 withNormals[12];
+    for (int i = 0; i < 8; ++i) {
+        space[i] = {plane[i].x, plane[i].y, 7};
+        coloured[i] = {255, 255, 255, 255, plane[i].x, plane[i].y, 7};
+    }
+    for (int i = 0; i < 6; ++i) {
+        withNormals[i * 2] = space[i + i / 3];
+    }
+    struct Case {
+        char const* what;
+        int lit;
+        std::function<bool(Core&)> draw;
+    };
+    for (Case const& c : std::initializer_list<Case>{
+             {"pixels", 3, [&](Core& core) { return core.DrawPixels(plane, 3); }},
+             {"pixels in space", 3, [&](Core& core) { return core.DrawPixels(space, 3); }},
+             {"coloured pixels", 3, [&](Core& core) { return core.DrawPixels(coloured, 3); }},
+             {"lines", 18, [&](Core& core) { return core.DrawLineStream(plane, 2); }},
+             {"lines in space", 18, [&](Core& core) { return core.DrawLineStream(space, 2); }},
+             {"coloured lines", 18, [&](Core& core) { return core.DrawLineStream(coloured, 2); }},
+             {"polyline", 32, [&](Core& core) { return core.DrawPolyLine(plane, 4, true); }},
+             {"polyline in space",
+              25,
+              [&](Core& core) { return core.DrawPolyLine(space, 4, false); }},
+             {"quads", 128, [&](Core& core) { return core.DrawQuads(plane, 2); }},
+             {"quads in space", 128, [&](Core& core) { return core.DrawQuads(space, 2); }},
+             {"coloured quads", 128, [&](Core& core) { return core.DrawQuads(coloured, 2); }},
+             {"triangle", 36, [&](Core& core) { return core.DrawTriangles(plane, 1); }},
+             {"triangle in space", 36, [&](Core& core) { return core.DrawTriangles(space, 1); }},
+             {"coloured triangle", 36, [&](Core& core) { return core.DrawTriangles(coloured, 1); }},
+             {"triangles with normals",
+              72,
+              [&](Core& core) { return core.DrawTrianglesV3FN3F(withNormals, 2); }},
+             {"nothing", 0, [](Core& core) {
+                  P2 const* none = nullptr;
+                  return core.DrawPixels(none, 0) && core.DrawPolyLine(none, 0, true);
+              }}}) {
+        Core core;
+        core.StartInPixels();
+        EXPECT_TRUE(c.draw(core)) << c.what;
+        EXPECT_EQ(LitPixels(core.Picture()), c.lit) << c.what << '\n' << Map(core.Picture());
+    }
+}
+
+TEST(RasterCoreManager, MapsEveryViewPortModeAndClipsToTheViewPort) {
+    struct Case {
+        ViewPortMode mode;
+        math::Rect2<int> box; // where the box (0, 0) - (4, 0.5) is seen
+    };
+    for (Case const& c :
+         {Case{ViewPortPixels, {16, 24, 20, 25}},
+          Case{ViewPortFractions, {16, 24, 48, 36}},
+          Case{ViewPortCamera, {16, 24, 20, 25}}}) {
+        Core core;
+        core.BeginFrame();
+        CWindowViewPort half = CWindowViewPort::Fractions(0.25F, 0.5F, 0.75F, 1);
+        core.SetViewPort(c.mode, &half, {});
+        if (c.mode == ViewPortPixels) {
+            core.SetTranslation(16, 24, false);
+            core.DrawBox(0, 0, 4, 0.5 + 0.25, true);
+        } else {
+            core.DrawBox(0, 0, 4, c.mode == ViewPortCamera ? 0.6 : 0.5, true);
+        }
+        core.SetTranslation(-100, -100, true);
+        core.DrawBox(0, 0, 1, 1, true); // outside
+        math::Rect2<int> const& b = c.box;
+        EXPECT_EQ(LitPixels(core.Picture()), b.Width() * b.Height()) << c.mode;
+        EXPECT_EQ(core.Picture().Read(b.left, b.top), kWhite) << c.mode;
+        EXPECT_EQ(core.Picture().Read(b.right - 1, b.bottom - 1), kWhite) << c.mode;
+    }
+}
+
+TEST(RasterCoreManager, TexturesTheBoundImageTimesTheColour) {
+    Core core;
+    core.StartInPixels();
+    T2F_V3F_t const quad[4] = {{0, 0, 0, 0, 0}, {1, 0, 2, 0, 0}, {1, 1, 2, 2, 0}, {0, 1, 0, 2, 0}};
+    core.SetColor({255, 51, 0, 255});
+    core.DrawQuads(quad, 1);
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(255, 51, 0, 255)) << "no image bound";
+    auto const grey = boost::make_shared<cimage::TImage<unsigned char>>(2, 2);
+    (*grey)(1, 1) = 100;
+    EXPECT_TRUE(core.BindImage(grey));
+    core.DrawQuads(quad, 1);
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 20, 0, 255));
+    core.BindImage(boost::make_shared<cimage::TImage<unsigned char>>(0, 2));
+    core.SetColor(kGreen);
+    core.DrawQuads(quad, 1);
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 20, 0, 255)) << "an image without pixels";
+    EXPECT_THROW(
+        core.BindImage(boost::make_shared<cimage::TImage<cimage::TRGB<unsigned short>>>(2, 2)),
+        std::runtime_error);
+}
+
+TEST(RasterCoreManager, ConvertsAnImageOnceAFrameAndKeepsNoneAfterwards) {
+    Core core;
+    core.StartInPixels();
+    auto const deep = boost::make_shared<cimage::TImage<unsigned short>>(2, 2);
+    boost::shared_ptr<cimage::CImage const> const image = deep;
+    for (unsigned short const count :
+         {std::uint16_t{0x1000}, std::uint16_t{0x2000}}) { // changed within the frame
+        (*deep)(0, 0) = count;
+        core.DrawImage(P2(0, 0), P2(2, 2), image);
+        core.BindImage(boost::make_shared<cimage::TImage<unsigned char>>(1, 1));
+    }
+    EXPECT_EQ(core.Picture().Read(0, 0).r, 0x10);
+    core.FinishFrame();
+    EXPECT_EQ(deep.use_count(), 2) << "this test's two references";
+    core.StartInPixels();
+    core.DrawImage(P2(0, 0), P2(2, 2), image);
+    EXPECT_EQ(core.Picture().Read(0, 0).r, 0x20);
+}
+
+TEST(RasterCoreManager, InterpolatesImagesBetweenTheTwoExtensions) {
+    Core core;
+    core.StartInPixels();
+    auto const image = boost::make_shared<cimage::TImage<unsigned char>>(2, 1);
+    (*image)(1, 0) = 200;
+    auto const shown = [&] {
+        core.DrawImage(P2(0, 0), P2(8, 1), image);
+        return core.Picture().Read(3, 0).r;
+    };
+    EXPECT_EQ(shown(), 0);
+    core.RunExtension("soft-image");
+    EXPECT_EQ(shown(), 75);
+    core.RunExtension("something-else");
+    core.RunExtension("no-soft-image");
+    EXPECT_EQ(shown(), 0);
+    core.SetInterpolation(true);
+    core.RunExtension("no-soft-image");
+    EXPECT_EQ(shown(), 75) << "the window's own choice comes back";
+}
+
+/// The smallest rectangle around what is lit.
+math::Rect2<int> LitRectangle(Canvas const& canvas) {
+    math::Rect2<int> r(canvas.Width(), canvas.Height(), 0, 0);
+    for (int y = 0; y < canvas.Height(); ++y) {
+        for (int x = 0; x < canvas.Width(); ++x) {
+            if (canvas.Read(x, y) != kBlack) {
+                r = {
+                    std::min(r.left, x),
+                    std::min(r.top, y),
+                    std::max(r.right, x + 1),
+                    std::max(r.bottom, y + 1)};
+            }
+        }
+    }
+    return r;
+}
+
+TEST(RasterCoreManager, TextSizesArePixelsOrWorldUnits) {
+    Core core;
+    math::Rect2<double> inPixels;
+    math::Rect2<double> inCamera;
+    math::Rect2<double> inWorld;
+    core.BeginFrame();
+    core.SetFontSizeEx(20, 20, false);
+    EXPECT_TRUE(core.GetTextSize(inCamera, "HH"));
+    core.DrawText({4, 3, 0}, "HH");
+    math::Rect2<int> const upright = LitRectangle(core.Picture());
+    core.BeginFrame();
+    core.SetFontSizeEx(10, 10, true); // two pixels a unit: the same picture
+    EXPECT_TRUE(core.GetTextSize(inWorld, "HH"));
+    core.DrawText({4, 3, 0}, "HH");
+    EXPECT_EQ(LitRectangle(core.Picture()), upright);
+    core.StartInPixels();
+    core.SetFontSizeEx(20, 20, false);
+    EXPECT_TRUE(core.GetTextSize(inPixels, "HH"));
+    core.DrawText({8, 6, 0}, "HH");
+    EXPECT_EQ(LitRectangle(core.Picture()), upright);
+    EXPECT_NEAR(upright.Width(), inPixels.Width(), 6);
+    EXPECT_NEAR(inCamera.Width() * 2, inPixels.Width(), 1e-9) << "units of the view";
+    EXPECT_NEAR(inWorld.Width() * 2, inPixels.Width(), 1);
+    core.SetTextAlign(AlignRight, AlignBaseline);
+    core.StartInPixels();
+    core.SetTextAlign(AlignRight, AlignBaseline);
+    core.SetFontSizeEx(20, 20, false);
+    core.DrawText({60, 40, 0}, "HH");
+    math::Rect2<int> const aligned = LitRectangle(core.Picture());
+    EXPECT_EQ(aligned.bottom, 40);
+    EXPECT_NEAR(aligned.right, 59, 2);
+}
+
+TEST(RasterCoreManager, ShortensTextsToTheRoomBesideTheFurtherText) {
+    Core core;
+    core.StartInPixels();
+    std::string const text = "calibration board";
+    math::Rect2<double> whole;
+    math::Rect2<double> further;
+    core.GetTextSize(whole, text.c_str());
+    core.GetTextSize(further, " 12.5");
+    std::string result;
+    double const room = whole.Width() + further.Width();
+    EXPECT_TRUE(core.EllipseText({0, 0, 0}, result, text, " 12.5", room + 0.5));
+    EXPECT_EQ(result, text);
+    EXPECT_TRUE(core.EllipseText({0, 0, 0}, result, text, " 12.5", room - 20));
+    EXPECT_EQ(result.substr(0, 5), "calib");
+    EXPECT_EQ(result.substr(result.size() - 3), "\xE2\x80\xA6");
+}
+
+/// Draws a box of one colour in window pixels and counts how often.
+struct Patch : CWidget {
+    Patch(Colour c, double x) : colour(c), left(x) {}
+    int Draw(CWindowCore* core) override {
+        ++drawn;
+        core->SetColor(colour);
+        core->SetViewPort(ViewPortPixels, nullptr, {});
+        core->DrawBox(left, 0, left + 10, 10, true);
+        return 1;
+    }
+    Colour colour;
+    double left;
+    int drawn = 0;
+};
+
+TEST(RasterCoreManager, TellsTheColourBelowThePluginsWhereverThePointerIs) {
+    Core core;
+    auto const below = boost::make_shared<Patch>(kRed, 0);
+    core.DrawerList().Layers()[0].Push(below);
+    core.InsertPlugin(boost::make_shared<Patch>(kGreen, 5), true);
+    Colour colour;
+    EXPECT_FALSE(core.GetHighlightColor(&colour)) << "the pointer was never seen";
+    Event motion;
+    motion.type = EventMotion;
+    motion.screenY = 3;
+    for (int const x : {2, 7, 12}) {
+        motion.screenX = x;
+        core.OnEvent(motion);
+        EXPECT_TRUE(core.GetHighlightColor(&colour));
+        EXPECT_EQ(colour, x < 10 ? kRed : kBlack) << x;
+        EXPECT_TRUE(core.GetPixel(&colour, x, 3));
+        EXPECT_EQ(colour, x < 5 ? kRed : kGreen) << "the picture is as it was " << x;
+    }
+    EXPECT_EQ(core.DrawCount(), 1U);
+}
+
+TEST(RasterCoreManager, ReadsTheFrameBackAsAnyPixelType) {
+    Core core;
+    core.DrawerList().Layers()[0].Push(boost::make_shared<Patch>(Colour(90, 90, 90, 255), 0));
+    cimage::TImage<cimage::TRGB<unsigned char>> rgb(1, 1);
+    cimage::TImage<unsigned short> deep(1, 1);
+    EXPECT_TRUE(core.GetImage(rgb) && core.GetImage(deep));
+    EXPECT_EQ(rgb.Width() * 1000 + rgb.Height(), 64048U);
+    EXPECT_EQ(rgb(9, 9).g, 90);
+    EXPECT_EQ(rgb(10, 9).g, 0);
+    EXPECT_EQ(deep(9, 9), 90 * 257);
+}
+
+} // namespace
+
+} // namespace tests
