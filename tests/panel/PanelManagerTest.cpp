@@ -39,6 +39,9 @@ std::string OutputOf(std::function<void()> const& action) {
 class PanelManagerTest : public testing::Test {
 protected:
     ~PanelManagerTest() override {
+        for (int i = 0; i < PanelManager::max_listeners; ++i) {
+            manager.UnRegister(i); // those of the test are gone
+        }
         for (int i = 0; i < 9; ++i) {
             manager.Cleanup();
         }
