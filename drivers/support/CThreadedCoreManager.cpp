@@ -108,6 +108,10 @@ bool CThreadedCoreManager::Refresh(bool wait) {
     return true;
 }
 
+void CThreadedCoreManager::Drain() {
+    m_thread->Rest(this);
+}
+
 void CThreadedCoreManager::Quit() {
     {
         Lock const lock(m_stateLock);
@@ -160,6 +164,9 @@ time_duration CThreadedCoreManager::FinishBatch() {
     // Completed by an earlier drawing of this batch, when a query needed the picture.
     for (SPCommand const& command : std::exchange(m_refreshes, {})) {
         command->Complete();
+    }
+    if (m_refreshRequested) {
+        return boost::posix_time::seconds(0); // something that was drawn asked to be drawn again
     }
     timeval left{};
     if (!ui::win::GetNextTimeOut(left, Timers(), ui::win::GetCurrentTime(), false)) {

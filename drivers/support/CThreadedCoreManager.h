@@ -32,6 +32,8 @@ public:
     bool PushCommand(ui::win::SPCommand const& command) override;
     /// Any thread; `wait` blocks until the picture was drawn.
     bool Refresh(bool wait) override;
+    /// Waits for what was pushed before; then the window rests until the next command.
+    void Drain() override;
     /// Stops taking commands and ends every WaitForEvent.
     void Quit() override;
     /// Carries out Ctrl + key commands, else offers the event as usual.

@@ -18,10 +18,12 @@ void RenderThread::Post(boost::shared_ptr<RenderClient> const& client, ui::win::
     RenderClient const* const key = client.get();
     {
         Lock const lock(m_mutex);
-        bool const known = std::any_of(
+        auto const known = std::find_if(
             m_clients.begin(), m_clients.end(), [key](Client const& c) { return c.key == key; });
-        if (!known) {
-            m_clients.push_back({key, client});
+        if (known == m_clients.end()) {
+            m_clients.push_back({key, client, false});
+        } else {
+            known->resting = false;
         }
         m_queue.push_back({key, client, std::move(command)});
         if (!m_thread.joinable()) {
@@ -65,6 +67,27 @@ std::vector<ui::win::SPCommand> RenderThread::Retire(RenderClient const* client)
     return left;
 }
 
+void RenderThread::Rest(RenderClient const* client) {
+    boost::this_thread::disable_interruption const uninterrupted;
+    Lock lock(m_mutex);
+    if (IsRunning() || !m_thread.joinable()) {
+        return;
+    }
+    auto const isMine = [client](auto const& entry) { return entry.key == client; };
+    while (std::any_of(m_queue.begin(), m_queue.end(), isMine)) {
+        m_batchEnded.wait(lock);
+    }
+    for (Client& entry : m_clients) {
+        entry.resting = entry.resting || isMine(entry);
+    }
+    // The batch under way may still hold the window; those after it will not.
+    if (m_serving) {
+        for (std::uint64_t const present = m_batchCount; m_batchCount == present;) {
+            m_batchEnded.wait(lock);
+        }
+    }
+}
+
 bool RenderThread::IsCurrent() const {
     Lock const lock(m_mutex);
     return IsRunning();
@@ -77,7 +100,9 @@ void RenderThread::Run() {
             ServeNext();
         }
         timeout = FinishBatch();
+        EndBatch();
     }
+    EndBatch();
 }
 
 bool RenderThread::WaitForWork(time_duration timeout, std::size_t& batchSize) {
@@ -90,6 +115,7 @@ bool RenderThread::WaitForWork(time_duration timeout, std::size_t& batchSize) {
         m_work.timed_wait(lock, timeout); // an early wake-up only makes an empty batch
     }
     batchSize = m_queue.size();
+    m_serving = true;
     return IsRunning();
 }
 
@@ -113,6 +139,15 @@ void RenderThread::ServeNext() {
     entry.command.reset();
 }
 
+void RenderThread::EndBatch() {
+    {
+        Lock const lock(m_mutex);
+        m_serving = false;
+        ++m_batchCount;
+    }
+    m_batchEnded.notify_all();
+}
+
 time_duration RenderThread::FinishBatch() {
     std::vector<Client> clients;
     {
@@ -121,6 +156,9 @@ time_duration RenderThread::FinishBatch() {
     }
     time_duration timeout(boost::posix_time::not_a_date_time);
     for (Client const& entry : clients) {
+        if (entry.resting) {
+            continue;
+        }
         if (boost::shared_ptr<RenderClient> const client = entry.client.lock()) {
             time_duration const wanted = client->FinishBatch();
             bool const sooner = timeout.is_not_a_date_time() || wanted < timeout;

@@ -11,6 +11,7 @@
 #include <boost/weak_ptr.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <vector>
 
@@ -47,6 +48,11 @@ public:
     /// @return the window's commands that were not executed, in order, for the caller to see to
     std::vector<ui::win::SPCommand> Retire(RenderClient const* client);
 
+    /// Waits until everything that was queued for a window is executed and drawn. Then the thread
+    /// leaves the window alone, its timers too, until the next command for it. Returns at once on
+    /// the thread itself.
+    void Rest(RenderClient const* client);
+
     /// True on the thread itself.
     bool IsCurrent() const;
 
@@ -59,20 +65,25 @@ private:
     struct Client {
         RenderClient const* key;
         boost::weak_ptr<RenderClient> client;
+        bool resting;
     };
 
     void Run();
     bool WaitForWork(boost::posix_time::time_duration timeout, std::size_t& batchSize);
     void ServeNext();
     boost::posix_time::time_duration FinishBatch();
+    void EndBatch();
     bool IsRunning() const { return m_threadId == boost::this_thread::get_id(); }
 
     mutable boost::mutex m_mutex;
     boost::condition_variable m_work;
+    boost::condition_variable m_batchEnded;
     // All guarded by m_mutex.
     std::deque<Entry> m_queue;
     std::deque<Entry> m_orphans; // came to their turn after the last reference to the window went
     std::vector<Client> m_clients;
+    bool m_serving = false;         // a batch is under way
+    std::uint64_t m_batchCount = 0; // batches that ended
     boost::thread m_thread;
     boost::thread::id m_threadId;
 };

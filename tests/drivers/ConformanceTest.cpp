@@ -14,8 +14,10 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -165,6 +167,17 @@ TEST_P(Driver, DoesWhatWasAskedBeforeTheWindowWent) {
         }
     }
     EXPECT_EQ(executed, 50);
+    {
+        CWindow other(MakeParams(GetParam()));
+        other.SendCommand(
+            new CWndCommand_Call([&](CWindowCoreManager*) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(30));
+                ++executed;
+            }),
+            0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(executed, 51) << "a window waits for the command under way";
 }
 
 TEST_P(Driver, StatusGoesThroughTheIniObject) {
@@ -563,6 +576,28 @@ TEST_P(DrawingDriver, TimersReachDrawables) {
         EXPECT_EQ(manager.Timers().size(), 1U) << "timers strike once";
     });
     EXPECT_EQ(ticking->ticks, 1U);
+}
+
+TEST_P(DrawingDriver, AnimatesWhatAsksToBeDrawnAgainUntilTheWindowGoes) {
+    struct Spinning : CWidget {
+        int Draw(CWindowCore* core) override {
+            ++frames;
+            return static_cast<CWindowCoreManager*>(core)->Refresh(false) ? 1 : 0;
+        }
+        std::atomic<int> frames{0};
+    };
+    auto const spinning = boost::make_shared<Spinning>();
+    {
+        CWindow other(MakeParams(GetParam()));
+        other.push(spinning);
+        other.Refresh(false);
+        while (spinning->frames < 5) {
+            boost::this_thread::yield();
+        }
+    }
+    int const frames = spinning->frames;
+    EXPECT_TRUE(spinning.unique()) << "the window has gone, and its thread with it";
+    EXPECT_EQ(spinning->frames, frames);
 }
 
 TEST_P(DrawingDriver, MayLoseItsLastReferenceOnItsOwnThread) {

@@ -93,6 +93,10 @@ int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const&
 }
 
 bool CWindow::RemoveAllBackend() {
+    // What was asked for is still done, and a backend is not dropped in the middle of it.
+    for (auto const& backend : m_backends) {
+        backend->Drain();
+    }
     m_backends.clear();
     return true;
 }

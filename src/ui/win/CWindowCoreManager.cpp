@@ -119,6 +119,7 @@ bool CWindowCoreManager::PushCommand(SPCommand const& command) {
 }
 
 void CWindowCoreManager::Quit() {}
+void CWindowCoreManager::Drain() {}
 bool CWindowCoreManager::GetPixel(Colour*, int, int) {
     return false;
 }

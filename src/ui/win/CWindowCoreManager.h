@@ -78,6 +78,9 @@ public:
     /// @return false when the backend no longer executes commands; nobody must wait then
     virtual bool PushCommand(SPCommand const& command);
     virtual void Quit();
+    /// Blocks until every command pushed before was executed and shown; returns at once on the
+    /// manager's own thread.
+    virtual void Drain();
     virtual bool GetPixel(Colour* colour, int x, int y);
     /// Takes an event as if the window system had reported it. Drivers act on their own keyboard
     /// commands first. @return true when it was consumed or queued

@@ -53,8 +53,10 @@ std::vector<boost::filesystem::path> DriverFolders() {
     return folders;
 }
 
+} // namespace
+
 /// @return whether the module was there and could be loaded
-bool LoadModule(boost::filesystem::path const& file) {
+static bool LoadModule(boost::filesystem::path const& file) {
     boost::system::error_code error;
     if (!boost::filesystem::exists(file, error)) {
         return false;
@@ -72,8 +74,6 @@ bool LoadModule(boost::filesystem::path const& file) {
         return false;
     }
 }
-
-} // namespace
 
 DriverCreator FindDriver(std::string const& name) {
     boost::lock_guard<boost::mutex> const lock(g_loading);
