@@ -37,7 +37,7 @@ constexpr int boardColumns = 9;
 constexpr int boardRows = 6;
 
 constexpr Colour gridColour(64, 255, 96, 255);
-constexpr Colour boardColour(64, 160, 255, 70);
+constexpr Colour boardColour(0, 64, 160, 120);
 constexpr Colour originColour(255, 80, 64, 255);
 constexpr Colour paperColour(16, 24, 32, 200);
 constexpr Colour textColour(255, 255, 255, 255);
@@ -199,7 +199,7 @@ void DrawInset(CWindow& window, Calibration const& c, unsigned frame) {
     camera->SetZoom(zoom);
     camera->SetTranslation({frameWidth / 2.0 - corner.x, frameHeight / 2.0 - corner.y});
     window.SetLayer(2);
-    window.SetViewport(CWindowViewPort::Fractions(0.68F, 0.02F, 0.98F, 0.32F));
+    window.SetViewport(CWindowViewPort::Fractions(0.68F, 0.68F, 0.98F, 0.98F));
     window.SetCamera(camera);
     window.Layer(2).Push(window.Layer(0).Items()); // the same drawables, shared
     window.SetLayer(3);
