@@ -245,7 +245,8 @@ public:
 
     bool DrawText(double x, double y, std::string const& text);
     bool DrawText(double x, double y, double z, std::string const& text);
-    /// As printf; texts of any length.
+    /// As printf; texts of any length. @return false, and nothing is drawn, for arguments that
+    /// cannot be written (a wide string that the locale has no bytes for)
     bool DrawTextf(double x, double y, char const* format, ...)
         __attribute__((format(printf, 4, 5)));
     bool DrawShadowText(double x, double y, std::string const& text);

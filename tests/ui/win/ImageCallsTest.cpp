@@ -84,9 +84,9 @@ TEST_F(ImageCalls, PlaceTheImage) {
         {[&] { return window.DrawImage(10, 20, 100, 50, pixels, 3, 2); },
          "DrawImage 10,20 110,70 [3x2:14]",
          true},
-        // 16777217 is not a float: the sum is made of what is.
-        {[&] { return window.DrawImage(16777217, 0, 3, 1, image); },
-         "DrawImage 1.67772e+07,0 1.67772e+07,1 [64x48:1]",
+        // -16777217 is not a float: the sum is made of what is.
+        {[&] { return window.DrawImage(-16777217, 0, 16777218, 1, image); },
+         "DrawImage -1.67772e+07,0 2,1 [64x48:1]",
          true}};
     core.SetViewPort(ViewPortCamera, nullptr, window.Layer(0).GetCamera());
     for (auto const& c : cases) {
