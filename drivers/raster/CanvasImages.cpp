@@ -102,12 +102,15 @@ private:
 };
 
 /// Multiplies by the current colour and blends, or stores, a row of texel colours.
-void WriteRow(Colour* out, Colour const* from, std::size_t count, DrawState const& state) {
-    bool const plain = state.colour == Colour(255, 255, 255, 255);
+template <bool Blend>
+void WriteRow(Colour* out, Colour const* from, std::size_t count, Colour colour) {
     for (std::size_t i = 0; i < count; ++i) {
-        Colour const colour = plain ? from[i] : Modulate(from[i], state.colour);
-        state.blend ? Put<true>(out[i], colour) : Put<false>(out[i], colour);
+        Put<Blend>(out[i], Modulate(from[i], colour));
     }
+}
+
+bool LeavesTexelsAsTheyAre(DrawState const& state) {
+    return !state.blend && Opaque(state.colour) == Colour(255, 255, 255, 255);
 }
 
 template <class T>
@@ -134,13 +137,26 @@ void DrawRows(
     scratch.row.resize(std::max(scratch.row.size(), count));
     RowMaker<T> const maker(texture, scratch.columns);
     TexelPair made{-1, -1, 0};
+    bool const asTheyAre = LeavesTexelsAsTheyAre(state);
     for (int y = top; y < bottom; ++y) {
         TexelPair const rows = down.PairAt(y, texture.height, state.bilinear);
+        Colour* out = target.At(left, y);
+        if (asTheyAre) {
+            if (rows == made) {
+                std::copy_n(target.At(left, y - 1), count, out);
+            } else {
+                maker.Make(rows, out);
+                MakeOpaque(out, count);
+                made = rows;
+            }
+            continue;
+        }
         if (!(rows == made)) {
             maker.Make(rows, scratch.row.data());
             made = rows;
         }
-        WriteRow(target.At(left, y), scratch.row.data(), count, state);
+        state.blend ? WriteRow<true>(out, scratch.row.data(), count, state.colour)
+                    : WriteRow<false>(out, scratch.row.data(), count, state.colour);
     }
 }
 

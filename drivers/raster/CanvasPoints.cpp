@@ -18,10 +18,45 @@ int PointSize(float size) {
     return size >= 1 ? static_cast<int>(std::min(size, kMaxPointSize) + 0.5F) : 1;
 }
 
+/// The pixels of some vertices, in two passes: transforming without a branch, then drawing.
+struct PointBatch {
+    static constexpr std::size_t Size = 256;
+
+    std::size_t count = 0; ///< of those that may be seen
+    int x[Size];
+    int y[Size];
+    std::size_t vertex[Size];
+};
+
+/// Finds the pixels of vertices [from, to), those in `area` only.
+template <class Reader>
+void FindPixels(
+    Reader const& reader,
+    math::Rect2<double> const& area,
+    std::size_t from,
+    std::size_t to,
+    PointBatch& batch) {
+    std::size_t count = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        HPoint const p = reader(i);
+        double const x = Reader::IsAffine ? p.x : p.x / p.w;
+        double const y = Reader::IsAffine ? p.y : p.y / p.w;
+        // Every comparison is false for what is not a number.
+        bool const seen = (Reader::IsAffine || p.w > NearDistance) && x >= area.left &&
+                          x < area.right && y >= area.top && y < area.bottom;
+        batch.x[count] = FloorPixel(seen ? x : 0);
+        batch.y[count] = FloorPixel(seen ? y : 0);
+        batch.vertex[count] = i;
+        count += seen ? 1 : 0;
+    }
+    batch.count = count;
+}
+
 template <bool Blend>
 void Square(Target const& target, int x, int y, int size, Colour colour) {
-    math::Rect2<int> const box{
-        x - size / 2, y - size / 2, x - size / 2 + size, y - size / 2 + size};
+    int const left = x - size / 2;
+    int const top = y - size / 2;
+    math::Rect2<int> const box{left, top, left + size, top + size};
     math::Rect2<int> const visible = Intersect(target.clip, box);
     for (int row = visible.top; row < visible.bottom; ++row) {
         for (int column = visible.left; column < visible.right; ++column) {
@@ -30,47 +65,27 @@ void Square(Target const& target, int x, int y, int size, Colour colour) {
     }
 }
 
-/// The pixel position of a vertex; false when it lies behind the camera.
-template <class Reader>
-bool PixelOf(Reader const& reader, std::size_t index, double& x, double& y) {
-    HPoint const p = reader(index);
-    x = p.x;
-    y = p.y;
-    if constexpr (!Reader::IsAffine) {
-        if (!(p.w > Canvas::NearDistance)) {
-            return false;
+template <bool Blend, class ColourOf>
+void DrawBatch(Target const& target, PointBatch const& batch, int size, ColourOf const& colourOf) {
+    if (size == 1) {
+        for (std::size_t i = 0; i < batch.count; ++i) {
+            Put<Blend>(*target.At(batch.x[i], batch.y[i]), colourOf(batch.vertex[i]));
         }
-        x /= p.w;
-        y /= p.w;
+        return;
     }
-    return true;
-}
-
-template <bool Blend, class Reader, class ColourOf>
-void SinglePixels(Target target, Reader reader, std::size_t count, ColourOf colourOf) {
-    // Compared as doubles, so that what is converted to int fits and is not negative.
-    double const left = target.clip.left;
-    double const top = target.clip.top;
-    double const right = target.clip.right;
-    double const bottom = target.clip.bottom;
-    for (std::size_t i = 0; i < count; ++i) {
-        double x;
-        double y;
-        if (PixelOf(reader, i, x, y) && x >= left && x < right && y >= top && y < bottom) {
-            Put<Blend>(*target.At(static_cast<int>(x), static_cast<int>(y)), colourOf(i));
-        }
+    for (std::size_t i = 0; i < batch.count; ++i) {
+        Square<Blend>(target, batch.x[i], batch.y[i], size, colourOf(batch.vertex[i]));
     }
 }
 
-template <bool Blend, class Reader, class ColourOf>
-void Squares(Target target, Reader reader, std::size_t count, int size, ColourOf colourOf) {
-    for (std::size_t i = 0; i < count; ++i) {
-        double x;
-        double y;
-        if (PixelOf(reader, i, x, y) && InGuard(x, y)) {
-            Square<Blend>(target, FloorPixel(x), FloorPixel(y), size, colourOf(i));
-        }
-    }
+/// Where a point may lie to be seen.
+math::Rect2<double> VisibleArea(math::Rect2<int> const& clip, int size) {
+    int const margin = size > 1 ? size : 0;
+    return {
+        double(clip.left - margin),
+        double(clip.top - margin),
+        double(clip.right + margin),
+        double(clip.bottom + margin)};
 }
 
 template <class ColourOf>
@@ -81,17 +96,15 @@ void DrawPoints(
     VertexArray const& vertices,
     ColourOf colourOf) {
     int const size = PointSize(state.pointSize);
-    WithReader(view, vertices, [&](auto reader) {
-        if (size > 1 && state.blend) {
-            Squares<true>(target, reader, vertices.count, size, colourOf);
-        } else if (size > 1) {
-            Squares<false>(target, reader, vertices.count, size, colourOf);
-        } else if (state.blend) {
-            SinglePixels<true>(target, reader, vertices.count, colourOf);
-        } else {
-            SinglePixels<false>(target, reader, vertices.count, colourOf);
-        }
-    });
+    math::Rect2<double> const area = VisibleArea(target.clip, size);
+    PointBatch batch;
+    for (std::size_t from = 0; from < vertices.count; from += PointBatch::Size) {
+        std::size_t const to = std::min(vertices.count, from + PointBatch::Size);
+        WithReader(
+            view, vertices, [&](auto const& reader) { FindPixels(reader, area, from, to, batch); });
+        state.blend ? DrawBatch<true>(target, batch, size, colourOf)
+                    : DrawBatch<false>(target, batch, size, colourOf);
+    }
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "math/Rect2.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace drivers::raster::detail {
@@ -36,8 +37,23 @@ inline Colour Modulate(Colour x, Colour y) {
     return {Scale(x.r, y.r), Scale(x.g, y.g), Scale(x.b, y.b), Scale(x.a, y.a)};
 }
 
+/// A colour with full alpha. In whole words, which compilers keep in one register.
 inline Colour Opaque(Colour c) {
-    return {c.r, c.g, c.b, 255};
+    constexpr unsigned char full[4] = {0, 0, 0, 255};
+    std::uint32_t word;
+    std::uint32_t mask;
+    static_assert(sizeof word == sizeof c);
+    std::memcpy(&word, &c, sizeof word);
+    std::memcpy(&mask, full, sizeof mask);
+    word |= mask;
+    std::memcpy(static_cast<void*>(&c), &word, sizeof word);
+    return c;
+}
+
+inline void MakeOpaque(Colour* row, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        row[i] = Opaque(row[i]);
+    }
 }
 
 inline void BlendPixel(Colour& d, Colour s, unsigned alpha) {
@@ -66,8 +82,7 @@ struct Ink {
 
 inline void FillRow(Colour* row, std::ptrdiff_t count, Colour colour) {
     // Whole words: compilers turn this, not a loop of four-byte structs, into wide stores.
-    unsigned word;
-    static_assert(sizeof word == sizeof colour);
+    std::uint32_t word;
     std::memcpy(&word, &colour, sizeof word);
     auto* bytes = reinterpret_cast<unsigned char*>(row);
     for (std::ptrdiff_t i = 0; i < count; ++i) {

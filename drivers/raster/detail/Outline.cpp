@@ -1,11 +1,26 @@
 #include "drivers/raster/detail/Outline.h"
 
+#include "drivers/raster/detail/TriangleWalk.h"
+
 namespace drivers::raster::detail {
+
+void SolidPieces::AddConvex(Point const* points, std::size_t count) {
+    for (std::size_t i = 2; i < count; ++i) {
+        double const area = TwiceArea(points[0], points[i - 1], points[i]);
+        if (area != 0) {
+            auto const fill = [this](int y, int x0, int x1) {
+                FillRow(m_target.At(x0, y), x1 - x0, m_colour);
+            };
+            WalkTriangle(m_target.clip, points[0], points[i - 1], points[i], area, fill);
+        }
+    }
+}
 
 Outline::Outline(
     Target const& target, OutlineScratch& scratch, DrawState const& state, bool onCurve)
     : m_target(target), m_path(scratch.path), m_pen(state), m_ink(state), m_onCurve(onCurve),
-      m_stroker(m_path, m_pen.width, m_pen.Extension()), m_thinPen(target, m_ink, scratch.pixels) {
+      m_solidPieces(target, m_ink.colour), m_stroker(Pieces(), m_pen.width, m_pen.Extension()),
+      m_thinPen(target, m_ink, scratch.pixels) {
     m_path.Start(target.clip);
 }
 
@@ -17,12 +32,6 @@ void Outline::Add(Segment const& segment, bool joined, bool opens) {
     Point const a = m_onCurve ? segment.a : m_pen.Place(segment.a);
     Point const b = m_onCurve ? segment.b : m_pen.Place(segment.b);
     m_stroker.Add(a, b, joined, opens);
-    // What nothing shows through may be drawn in parts, which bounds the storage.
-    constexpr std::size_t enough = 1 << 14;
-    if (m_path.EdgeCount() > enough && m_ink.Solid() && !m_pen.smooth) {
-        FillPath(m_target, m_path, m_ink, false);
-        m_path.Start(m_target.clip);
-    }
 }
 
 void Outline::Finish(bool closed) {

@@ -44,6 +44,17 @@ inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool 
     }
 }
 
+/// Draws pieces at once: where nothing shows through, they may overlap.
+class SolidPieces : public ConvexSink {
+public:
+    SolidPieces(Target const& target, Colour colour) : m_target(target), m_colour(colour) {}
+    void AddConvex(Point const* points, std::size_t count) override;
+
+private:
+    Target m_target;
+    Colour m_colour;
+};
+
 /// Draws chains of segments in one colour with any pen, each chain as one shape.
 class Outline {
 public:
@@ -85,12 +96,17 @@ public:
 private:
     void Add(Segment const& segment, bool joined, bool opens);
     void Finish(bool closed);
+    ConvexSink& Pieces() {
+        bool const solid = m_ink.Solid() && !m_pen.smooth;
+        return solid ? static_cast<ConvexSink&>(m_solidPieces) : m_path;
+    }
 
     Target m_target;
     PathFill& m_path;
     Pen m_pen;
     Ink m_ink;
     bool m_onCurve;
+    SolidPieces m_solidPieces;
     Stroker m_stroker;
     ThinPen m_thinPen;
 };

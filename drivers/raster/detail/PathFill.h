@@ -7,19 +7,26 @@
 
 namespace drivers::raster::detail {
 
+/// Takes convex polygons that together make up a shape, corners within the guard band.
+class ConvexSink {
+public:
+    virtual ~ConvexSink() = default;
+    virtual void AddConvex(Point const* points, std::size_t count) = 0;
+};
+
 /// Fills what a set of closed outlines winds around (non-zero rule), pieces that overlap once.
 ///
 /// Start() with a clip, add outlines, then take the rows with Spans() or Coverage(). Keeps its
 /// storage between uses. Every row is computed from the edges alone, so a picture drawn in bands of
 /// rows is the same as one drawn whole.
-class PathFill {
+class PathFill : public ConvexSink {
 public:
     void Start(math::Rect2<int> const& clip);
 
     /// A closed outline in pixels, all points within the guard band.
     void AddPolygon(Point const* points, std::size_t count);
     /// A convex outline, turned to the common direction first, so that overlapping pieces add up.
-    void AddConvex(Point const* points, std::size_t count);
+    void AddConvex(Point const* points, std::size_t count) override;
 
     std::size_t EdgeCount() const { return m_edges.size(); }
 

@@ -3,6 +3,7 @@
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Clip.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
@@ -87,7 +88,11 @@ void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
     }
     int const sign = line.y1 < line.y0 ? -1 : 1;
     PixelSteps const steps{line.x1 - line.x0, std::abs(line.y1 - line.y0)};
-    StepRange const range = VisibleSteps(steps, line.x0, line.y0, sign, clip);
+    bool const inside = line.x0 >= clip.left && line.x1 < clip.right &&
+                        std::min(line.y0, line.y1) >= clip.top &&
+                        std::max(line.y0, line.y1) < clip.bottom;
+    StepRange const range =
+        inside ? StepRange{0, steps.length} : VisibleSteps(steps, line.x0, line.y0, sign, clip);
     if (range.from > range.to) {
         return;
     }
@@ -95,7 +100,7 @@ void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
     int const first = static_cast<int>(range.from);
     int const last = static_cast<int>(range.to);
     std::int64_t const start = 2 * steps.rise * first + length;
-    std::int64_t const moved = length > 0 ? start / (2 * length) : 0;
+    std::int64_t const moved = first > 0 ? start / (2 * length) : 0;
     int error = static_cast<int>(start - moved * 2 * length);
     int const rise2 = static_cast<int>(2 * steps.rise);
     int const length2 = 2 * length;

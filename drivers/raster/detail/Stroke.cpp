@@ -68,7 +68,7 @@ void Stroker::AddRectangle(Piece const& piece, double before, double after) {
     Point const a = piece.a - piece.direction * before;
     Point const b = piece.b + piece.direction * after;
     Point const corners[4] = {a + side, b + side, b - side, a - side};
-    m_path.AddConvex(corners, 4);
+    m_pieces.AddConvex(corners, 4);
 }
 
 /// Fills the gap on the outer side of a bend.
@@ -82,10 +82,10 @@ void Stroker::AddJoin(Point const& at, Point const& from, Point const& to) {
     double const spread = 1 + Dot(from, to);
     if (spread >= sharpest) {
         Point const corners[4] = {at, at + u, at + (u + v) * (1 / spread), at + v};
-        m_path.AddConvex(corners, 4);
+        m_pieces.AddConvex(corners, 4);
     } else {
         Point const corners[3] = {at, at + u, at + v};
-        m_path.AddConvex(corners, 3);
+        m_pieces.AddConvex(corners, 3);
     }
 }
 

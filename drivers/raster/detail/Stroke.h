@@ -5,15 +5,15 @@
 
 namespace drivers::raster::detail {
 
-/// Turns a chain of segments into the outline of a line of some width, as pieces of a path: one
-/// rectangle a segment and one wedge a join.
+/// Turns a chain of segments into the shape of a line of some width: one rectangle a segment and
+/// one wedge a join.
 class Stroker {
 public:
     /// @param width     pixels, above 0
     /// @param extension pixels by which free ends reach past their point; a chain of no length is
     ///                  seen only when it is above 0
-    Stroker(PathFill& path, double width, double extension)
-        : m_path(path), m_half(width / 2), m_extension(extension) {}
+    Stroker(ConvexSink& pieces, double width, double extension)
+        : m_pieces(pieces), m_half(width / 2), m_extension(extension) {}
 
     /// Adds a segment. @param joined it goes on from the end of the last one
     /// @param opens it begins a closed chain, so that its start is no free end
@@ -34,7 +34,7 @@ private:
     void AddRectangle(Piece const& piece, double before, double after);
     void AddJoin(Point const& at, Point const& from, Point const& to);
 
-    PathFill& m_path;
+    ConvexSink& m_pieces;
     double m_half;
     double m_extension;
     Chain m_chain = Chain::None;
