@@ -8,9 +8,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -37,6 +40,14 @@ protected:
         std::ostringstream content;
         content << std::ifstream(Path(), std::ios::binary).rdbuf();
         return content.str();
+    }
+    static bool IsKey(std::string const& text) {
+        try {
+            INIFile().Set(text, "");
+            return true;
+        } catch (std::runtime_error const&) {
+            return false;
+        }
     }
     // What the file holds after a change to a document that was loaded from `content`.
     template <class Change>
@@ -83,7 +94,13 @@ TEST_F(INIFileTest, ChangesTouchOnlyTheirOwnLine) {
         {"K=\"1\"\n", [](INIFile& i) { i.Set("K", "1"); }, "K=\"1\"\n"},
         {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Set("K", "4"); }, "K=1\nk=2\nK=4\n"},
         {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Erase("K"); }, "k=2\n"},
-        {"K=1", [](INIFile& i) { i.Set("N", "2"); }, "K=1\nN = 2\n"},
+        {"K=1",
+         [](INIFile& i) {
+             i.Set("K", "a text of some length");
+             i.Set("N", "2");
+             i.Set("K", "3");
+         },
+         "K=3\nN = 2\n"},
         {"K=1\r\n\r\n[A]\r\n", [](INIFile& i) { i.Set("N", ""); }, "K=1\r\nN =\r\n\r\n[A]\r\n"},
         {"; head\n\n; about A\n[A]\n",
          [](INIFile& i) { i.Set("N", "1"); },
@@ -149,6 +166,54 @@ TEST_F(INIFileTest, AnyValueSurvivesASaveUnderAnyKey) {
         EXPECT_THAT(section.Keys(), testing::ElementsAreArray(keys));
         for (auto const& key : keys) {
             EXPECT_EQ(section.Get(key, "missing"), values[i]) << key;
+        }
+    }
+}
+
+// Random documents under random changes, against a map for each section.
+TEST_F(INIFileTest, EveryChangeAgreesWithAModelAndSurvivesASave) {
+    std::string const alphabet = "ab=[];#\"\\ \t\n\r\n";
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        std::mt19937 random(seed);
+        auto const text = [&](std::size_t size) {
+            std::string result;
+            for (auto i = random() % size; i > 0; --i) {
+                result += alphabet[random() % alphabet.size()];
+            }
+            return result;
+        };
+        INIFile ini(Write(text(300)));
+        std::map<INIFile*, std::map<std::string, std::string>> model;
+        std::vector<INIFile*> sections{&ini, ini.Node("x")};
+        for (auto const& name : ini.Nodes()) {
+            sections.push_back(ini.Node(name));
+        }
+        for (INIFile* const section : sections) {
+            for (auto const& key : section->Keys()) {
+                model[section][key] = *section->Find(key);
+            }
+        }
+        for (int change = 0; change < 60; ++change) {
+            INIFile* const section = sections[random() % sections.size()];
+            std::string const key = text(3);
+            std::string const value = text(30);
+            if (random() % 3 == 0) {
+                EXPECT_EQ(section->Erase(key), model[section].erase(key) == 1);
+            } else if (IsKey(key) || model[section].count(key) != 0) {
+                section->Set(key, value);
+                model[section][key] = value;
+            }
+            if (random() % 40 == 0) {
+                ini.Save();
+                ini.Load(Path());
+            }
+        }
+        for (INIFile* const section : sections) {
+            std::map<std::string, std::string> held;
+            for (auto const& key : section->Keys()) {
+                held[key] = *section->Find(key);
+            }
+            ASSERT_EQ(held, model[section]) << "seed " << seed << ", section " << section->Name();
         }
     }
 }

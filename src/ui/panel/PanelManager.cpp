@@ -82,10 +82,10 @@ WidgetCore* PanelManager::Record(widget_guid_t guid) const {
 }
 
 WidgetCore& PanelManager::Insert(widget_guid_t guid, std::unique_ptr<WidgetCore> core) {
-    WidgetCore& record = *core;
+    WidgetCore*& entry = m_index[guid]; // may fail, so it goes before the record is owned
+    entry = core.get();
     m_widgets.insert(guid, std::move(core));
-    m_index[guid] = &record;
-    return record;
+    return *entry;
 }
 
 WidgetCore& PanelManager::Required(widget_guid_t guid, char const* failure) const {

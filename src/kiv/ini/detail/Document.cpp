@@ -96,6 +96,11 @@ std::string Encode(std::string const& value) {
     return plain ? value : Quote(value);
 }
 
+bool CanBeName(std::string_view name) {
+    return !name.empty() && name.find_first_of("]\r\n") == std::string_view::npos &&
+           Trim(name).size() == name.size();
+}
+
 std::optional<std::string_view> HeaderName(std::string_view line) {
     line = Trim(line);
     std::size_t const close = line.find(']');
@@ -104,7 +109,7 @@ std::optional<std::string_view> HeaderName(std::string_view line) {
     }
     std::string_view const rest = Trim(line.substr(close + 1));
     std::string_view const name = Trim(line.substr(1, close - 1));
-    if (name.empty() || !(rest.empty() || IsComment(rest))) {
+    if (!CanBeName(name) || !(rest.empty() || IsComment(rest))) {
         return std::nullopt;
     }
     return name;
@@ -142,6 +147,19 @@ Line MakeLine(std::string text) {
     return line;
 }
 
+// As SetText(), for a line that may be in the index, which then holds the key in the new text.
+void Replace(Section& section, Line& line, std::string text) {
+    auto const parts = Split(line.text);
+    if (!parts) {
+        SetText(line, std::move(text));
+        return;
+    }
+    auto entry = section.keys.extract(section.keys.find(parts->key));
+    SetText(line, std::move(text));
+    entry.key() = Split(line.text)->key;
+    section.keys.insert(std::move(entry));
+}
+
 Line& At(KeyLine const& place) {
     return place.block->lines[place.index];
 }
@@ -153,11 +171,6 @@ bool IsBlank(Line const& line) {
 bool CanBeKey(std::string_view key) {
     return key.find_first_of("=\r\n") == std::string_view::npos && Trim(key).size() == key.size() &&
            !IsComment(key) && !StartsWith(key, "[") && !StartsWith(key, kByteOrderMark);
-}
-
-bool CanBeName(std::string_view name) {
-    return !name.empty() && name.find_first_of("]\r\n") == std::string_view::npos &&
-           Trim(name).size() == name.size();
 }
 
 void AddKeyLine(Section& section, std::string_view key, KeyLine const& place) {
@@ -280,7 +293,7 @@ std::optional<std::string> Document::Find(Section const& section, std::string co
 }
 
 Block& Document::Append(Section& section) {
-    m_blocks.emplace_back();
+    m_blocks.push_back({&section, {}, 0});
     section.blocks.push_back(&m_blocks.back());
     return m_blocks.back();
 }
@@ -327,7 +340,7 @@ void Document::EndLine(Block& block, std::size_t behind) const {
         return;
     }
     bool const halfEnded = line.text.back() == '\r';
-    SetText(line, std::string(line.text) + (halfEnded ? "\n" : m_lineEnd));
+    Replace(*block.section, line, std::string(line.text) + (halfEnded ? "\n" : m_lineEnd));
 }
 
 void Document::Set(Section& section, std::string const& key, std::string const& text) {
@@ -339,10 +352,7 @@ void Document::Set(Section& section, std::string const& key, std::string const& 
             std::string changed(line.text);
             auto const begin = static_cast<std::size_t>(value.data() - line.text.data());
             changed.replace(begin, value.size(), Encode(text));
-            auto entry = section.keys.extract(known);
-            SetText(line, std::move(changed));
-            entry.key() = Split(line.text)->key;
-            section.keys.insert(std::move(entry));
+            Replace(section, line, std::move(changed));
             modified = true;
         }
         return;

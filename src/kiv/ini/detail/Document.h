@@ -22,8 +22,11 @@ struct Line {
     std::unique_ptr<std::string> own; // null for a line that was read
 };
 
+struct Section;
+
 // A header and what follows it up to the next header.
 struct Block {
+    Section* section;
     std::vector<Line> lines;
     std::size_t keysEnd = 0; // behind the last key line; 0 without any
 };
@@ -42,7 +45,7 @@ struct KeyLines {
 struct Section {
     std::string name;
     std::vector<Block*> blocks; // in file order; empty while nothing of the section is in the file
-    std::unordered_map<std::string_view, KeyLines> keys; // each key as its last line spells it
+    std::unordered_map<std::string_view, KeyLines> keys; // each key as one of its lines holds it
     std::unique_ptr<INIFile> view;                       // null for the file's own keys
 };
 
