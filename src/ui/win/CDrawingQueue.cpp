@@ -14,11 +14,6 @@ CDrawingQueue& CDrawingQueue::operator=(CDrawingQueue const& other) {
     return *this;
 }
 
-bool CDrawingQueue::Push(SPDrawingObject const& item) {
-    m_items.push_back(item);
-    return true;
-}
-
 bool CDrawingQueue::Push(std::vector<SPDrawingObject> const& items) {
     m_items.insert(m_items.end(), items.begin(), items.end());
     return true;

@@ -3,6 +3,7 @@
 #include "ui/win/CWidget.h"
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace ui::win {
@@ -24,7 +25,10 @@ public:
     CDrawingQueue& operator=(CDrawingQueue const& other);
 
     /// Appends; a locked queue takes new items as well. @return true
-    bool Push(SPDrawingObject const& item);
+    bool Push(SPDrawingObject item) {
+        m_items.push_back(std::move(item));
+        return true;
+    }
     bool Push(std::vector<SPDrawingObject> const& items);
     /// Releases every item. @return how many there were, or `refused` when the queue is locked
     unsigned Clear();

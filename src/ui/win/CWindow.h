@@ -155,7 +155,7 @@ public:
     bool ClearAllLayers(int index = -1);
     /// Appends a new drawable to the current layer and takes ownership.
     bool push(CWidget* drawable);
-    bool push(SPDrawingObject const& drawable);
+    bool push(SPDrawingObject drawable) { return CurrentLayer().Push(std::move(drawable)); }
     /// @}
 
     /// Hands copies of the layers to every backend. @param wait blocks until they were shown

@@ -59,8 +59,4 @@ bool CWindow::push(CWidget* drawable) {
     return push(SPDrawingObject(drawable));
 }
 
-bool CWindow::push(SPDrawingObject const& drawable) {
-    return CurrentLayer().Push(drawable);
-}
-
 } // namespace ui::win

@@ -90,7 +90,7 @@ void Text::DrawShifted(CWindowCore* core, double shift) const {
 }
 
 int ShadowText::Draw(CWindowCore* core) {
-    CWindowCore::Colour colour;
+    CWindowCore::Colour colour(255, 255, 255, 255); // what a core draws on with that cannot tell
     core->GetColor(&colour);
     core->SetColor({0, 0, 0, 127});
     DrawShifted(core, 1);
