@@ -27,5 +27,6 @@ void Report(
 
 /// One function a room; each registers its figures.
 void RegisterWindowFigures();
+void RegisterPanelFigures();
 
 } // namespace bench

@@ -9,8 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <exception>
-#include <type_traits>
 #include <utility>
 
 namespace drivers::raster {
@@ -21,8 +19,6 @@ using ui::win::C4UB_V3F_t;
 using ui::win::T2F_V3F_t;
 
 namespace {
-
-constexpr math::Rect2<int> kEverywhere{0, 0, Canvas::MaxSize, Canvas::MaxSize};
 
 using RGB = cimage::TRGB<unsigned char>;
 using RGBA = cimage::TRGBA<unsigned char>;
@@ -67,7 +63,7 @@ struct CRasterCoreManager::TextPlace {
 
 CRasterCoreManager::CRasterCoreManager(
     ui::win::CreationParams const& params, boost::shared_ptr<support::RenderThread> thread)
-    : CThreadedCoreManager(params, std::move(thread)), m_drawable(kEverywhere) {
+    : CThreadedCoreManager(params, std::move(thread)) {
     auto const add = [this](unsigned type, Texture::Format format) {
         m_bind.Add(type, [this, format](CWindowCore*, SPImage const& image) {
             SetTexture(image, format);
@@ -84,8 +80,7 @@ void CRasterCoreManager::ForgetImages() {
     m_converted.clear();
 }
 
-/// Puts the state that the layers start from in force.
-void CRasterCoreManager::StartDrawing() {
+void CRasterCoreManager::BeginFrame() {
     CThreadedCoreManager::BeginFrame();
     m_canvas.State() = DrawState();
     m_canvas.State().bilinear = Interpolates();
@@ -93,11 +88,6 @@ void CRasterCoreManager::StartDrawing() {
     m_fontInWorld = false;
     m_viewChanged = true;
     ForgetImages();
-    m_phase = Phase::Layers;
-}
-
-void CRasterCoreManager::BeginFrame() {
-    StartDrawing();
     int const width = static_cast<int>(Width());
     int const height = static_cast<int>(Height());
     if (width != m_canvas.Width() || height != m_canvas.Height()) {
@@ -106,22 +96,15 @@ void CRasterCoreManager::BeginFrame() {
     m_canvas.Clear(BackgroundColor());
 }
 
-void CRasterCoreManager::EndLayers() {
-    m_phase = Phase::Plugins;
-    m_sampled = {PointerX(), PointerY()};
-    m_sampledColour = m_canvas.Read(m_sampled.x, m_sampled.y);
-}
-
 void CRasterCoreManager::FinishFrame() {
     ForgetImages();
-    m_phase = Phase::Nothing;
 }
 
 Canvas& CRasterCoreManager::ReadyCanvas() {
     if (m_viewChanged) {
         math::TMatrix<double, 3, 4> worldToPixel;
         GetWorldToPixelMatrix(worldToPixel);
-        m_canvas.SetView(worldToPixel, Intersect(PixelRectangle(), m_drawable));
+        m_canvas.SetView(worldToPixel, PixelRectangle());
         m_viewChanged = false;
     }
     return m_canvas;
@@ -184,10 +167,18 @@ bool CRasterCoreManager::DrawEllipse(
 template <class V>
 bool CRasterCoreManager::Draw(
     void (Canvas::*operation)(VertexArray const&), V const* vertices, std::size_t count) {
-    bool const withoutPixels =
-        std::is_same_v<V, T2F_V3F_t> && m_boundImage && m_canvas.State().texture.Empty();
-    if (count > 0 && !withoutPixels) {
-        (ReadyCanvas().*operation)(ArrayOf(vertices, count));
+    if (count == 0) {
+        return true;
+    }
+    VertexArray const array = ArrayOf(vertices, count);
+    if (array.texture == nullptr || !m_boundImage) {
+        (ReadyCanvas().*operation)(array);
+    } else if (!m_canvas.State().texture.Empty()) {
+        // The canvas multiplies; an image must not be tinted by what was drawn before it.
+        Colour& current = m_canvas.State().colour;
+        Colour const kept = std::exchange(current, Colour(255, 255, 255, current.a));
+        (ReadyCanvas().*operation)(array);
+        current = kept;
     }
     return true;
 }
@@ -403,46 +394,9 @@ bool CRasterCoreManager::EllipseText(
     return true;
 }
 
-bool CRasterCoreManager::PluginsAreEnabled() const {
-    return std::any_of(
-        Plugins().begin(), Plugins().end(), [](Plugin const& plugin) { return plugin.enabled; });
-}
-
 bool CRasterCoreManager::GetHighlightColor(Colour* colour) {
-    Point2<int> const pointer(PointerX(), PointerY());
     *colour = Colour();
-    if (!GetPixel(colour, pointer.x, pointer.y)) {
-        return false;
-    }
-    if (m_phase != Phase::Layers && PluginsAreEnabled()) {
-        if (m_phase == Phase::Nothing && pointer != m_sampled) {
-            m_sampledColour = RedrawnLayers(pointer.x, pointer.y);
-            m_sampled = pointer;
-        }
-        *colour = m_sampledColour;
-    }
-    return true;
-}
-
-/// Draws one pixel again without the plugins. Cheaper than keeping a second picture of every frame
-/// for a question that is seldom asked.
-Colour CRasterCoreManager::RedrawnLayers(int x, int y) {
-    Colour& pixel = m_canvas.Row(y)[x];
-    Colour const finished = pixel;
-    StartDrawing();
-    m_drawable = {x, y, x + 1, y + 1};
-    Colour const background = BackgroundColor();
-    pixel = {background.r, background.g, background.b, 255};
-    try {
-        DrawerList().Draw(this);
-    } catch (std::exception const&) {
-        // Told when the frame was drawn; here as there, what came before it counts.
-    }
-    Colour const drawn = pixel;
-    pixel = finished;
-    m_drawable = kEverywhere;
-    FinishFrame();
-    return drawn;
+    return GetPixel(colour, PointerX(), PointerY());
 }
 
 bool CRasterCoreManager::GetImage(cimage::CImage& image) {

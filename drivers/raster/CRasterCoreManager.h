@@ -14,9 +14,9 @@ namespace drivers::raster {
 /// how the finished picture is shown.
 ///
 /// A frame starts from fresh state: white, opaque, lines and points of one pixel, text of 12
-/// pixels, no image bound. Textures and images are multiplied by the current colour, so an
-/// application sets white (with the alpha that it wants) before it draws one after coloured things.
-/// Textured vertices without a bound image take the current colour.
+/// pixels, no image bound. Images and textures keep their own colours whatever the current one is;
+/// with blending on, its alpha counts. Textured vertices without a bound image take the current
+/// colour.
 class CRasterCoreManager : public support::CThreadedCoreManager {
 public:
     CRasterCoreManager(
@@ -68,7 +68,7 @@ public:
 
     bool SetColor(Colour colour) override;
     bool GetColor(Colour* colour) override;
-    /// The colour that the layers give the pixel under the pointer, whatever plugins draw over it.
+    /// The pixel under the pointer in the last picture.
     /// @return false, with a colour of zeros, while the pointer is outside the window
     bool GetHighlightColor(Colour* colour) override;
     bool SetTranslation(double dx, double dy, bool relative) override;
@@ -86,7 +86,6 @@ public:
 
 protected:
     void BeginFrame() override;
-    void EndLayers() override;
     void FinishFrame() override;
     /// The finished picture, for Present().
     Canvas const& Picture() const { return m_canvas; }
@@ -94,8 +93,6 @@ protected:
 private:
     static constexpr double kDefaultFontSize = 12;
 
-    /// What is being drawn into the picture.
-    enum class Phase { Nothing, Layers, Plugins };
     /// An image that was converted for this frame.
     struct Converted {
         SPImage source;
@@ -105,7 +102,6 @@ private:
     struct TextPlace;
 
     Canvas& ReadyCanvas();
-    void StartDrawing();
     void ForgetImages();
     void SetTexture(SPImage const& image, Texture::Format format);
     template <class V>
@@ -114,22 +110,16 @@ private:
     bool PixelsPerUnit(math::Point3<double> const& position, double& perX, double& perY);
     TextStyle Style() const;
     void ReportTextTrouble();
-    bool PluginsAreEnabled() const;
-    Colour RedrawnLayers(int x, int y);
 
     Canvas m_canvas;
     TextRenderer m_text;
     ui::win::BindImageFunctions m_bind;
-    bool m_viewChanged = true;   // the canvas has not been told of the view in force
-    math::Rect2<int> m_drawable; // pixels that may be drawn to, whatever the view port
+    bool m_viewChanged = true; // the canvas has not been told of the view in force
     double m_fontWidth = kDefaultFontSize;
     double m_fontHeight = kDefaultFontSize;
     bool m_fontInWorld = false;
     SPImage m_boundImage; // keeps the texture of the canvas alive
     std::vector<Converted> m_converted;
-    Phase m_phase = Phase::Nothing;
-    math::Point2<int> m_sampled{-1, -1}; // where m_sampledColour was taken, after the layers
-    Colour m_sampledColour;
 };
 
 } // namespace drivers::raster

@@ -213,7 +213,6 @@ void CThreadedCoreManager::DrawFrame() {
 void CThreadedCoreManager::DrawPicture() {
     BeginFrame();
     Draw();
-    EndLayers();
     DrawPlugins();
 }
 

@@ -16,10 +16,10 @@ namespace drivers::support {
 /// A backend with a render thread: queues commands for it, delivers events on it and runs the
 /// refresh cycle there. A driver adds the drawing and what its window system needs.
 ///
-/// A frame: OnPre, BeginFrame, layers, EndLayers, plugins, FinishFrame, OnPost, Present,
-/// NotifyBufferReady. Refreshes that are queued together are all executed and drawn once, for the
-/// last one; they complete when that picture is there. An exception of a command, a drawable, a
-/// plugin or a subscriber is reported in a line, and the window goes on.
+/// A frame: OnPre, BeginFrame, layers, plugins, FinishFrame, OnPost, Present, NotifyBufferReady.
+/// Refreshes that are queued together are all executed and drawn once, for the last one; they
+/// complete when that picture is there. An exception of a command, a drawable, a plugin or a
+/// subscriber is reported in a line, and the window goes on.
 ///
 /// The most derived class must call Shutdown() in its destructor.
 class CThreadedCoreManager : public ui::win::CWindowCoreManager, private RenderClient {
@@ -60,8 +60,6 @@ protected:
     /// Clears the picture and puts the drawing state back to its defaults; the base does the part
     /// of the state that CWindowCore keeps.
     virtual void BeginFrame();
-    /// The layers are drawn, the plugins are not.
-    virtual void EndLayers() {}
     virtual void FinishFrame() {}
     /// Shows the finished picture.
     virtual void Present() {}

@@ -131,7 +131,7 @@ TEST(RasterCoreManager, MapsEveryViewPortModeAndClipsToTheViewPort) {
     }
 }
 
-TEST(RasterCoreManager, TexturesTheBoundImageTimesTheColour) {
+TEST(RasterCoreManager, TexturesTheBoundImageInItsOwnColours) {
     Core core;
     core.StartInPixels();
     T2F_V3F_t const quad[4] = {{0, 0, 0, 0, 0}, {1, 0, 2, 0, 0}, {1, 1, 2, 2, 0}, {0, 1, 0, 2, 0}};
@@ -142,11 +142,18 @@ TEST(RasterCoreManager, TexturesTheBoundImageTimesTheColour) {
     (*grey)(1, 1) = 100;
     EXPECT_TRUE(core.BindImage(grey));
     core.DrawQuads(quad, 1);
-    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 20, 0, 255));
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 100, 100, 255));
+    core.SetBlend(BlendAlpha);
+    core.SetColor({255, 51, 0, 51}); // a fifth of grey over itself
+    core.DrawQuads(quad, 1);
+    core.DrawBox(0, 0, 1, 1, true);
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 100, 100, 255));
+    EXPECT_EQ(core.Picture().Read(0, 0), Colour(51, 10, 0, 255)) << "the colour is kept";
+    core.SetBlend(BlendOpaque);
     core.BindImage(boost::make_shared<cimage::TImage<unsigned char>>(0, 2));
     core.SetColor(kGreen);
     core.DrawQuads(quad, 1);
-    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 20, 0, 255)) << "an image without pixels";
+    EXPECT_EQ(core.Picture().Read(1, 1), Colour(100, 100, 100, 255)) << "an image without pixels";
     EXPECT_THROW(
         core.BindImage(boost::make_shared<cimage::TImage<cimage::TRGB<unsigned short>>>(2, 2)),
         std::runtime_error);
@@ -272,27 +279,6 @@ struct Patch : CWidget {
     double left;
     int drawn = 0;
 };
-
-TEST(RasterCoreManager, TellsTheColourBelowThePluginsWhereverThePointerIs) {
-    Core core;
-    auto const below = boost::make_shared<Patch>(kRed, 0);
-    core.DrawerList().Layers()[0].Push(below);
-    core.InsertPlugin(boost::make_shared<Patch>(kGreen, 5), true);
-    Colour colour;
-    EXPECT_FALSE(core.GetHighlightColor(&colour)) << "the pointer was never seen";
-    Event motion;
-    motion.type = EventMotion;
-    motion.screenY = 3;
-    for (int const x : {2, 7, 12}) {
-        motion.screenX = x;
-        core.OnEvent(motion);
-        EXPECT_TRUE(core.GetHighlightColor(&colour));
-        EXPECT_EQ(colour, x < 10 ? kRed : kBlack) << x;
-        EXPECT_TRUE(core.GetPixel(&colour, x, 3));
-        EXPECT_EQ(colour, x < 5 ? kRed : kGreen) << "the picture is as it was " << x;
-    }
-    EXPECT_EQ(core.DrawCount(), 1U);
-}
 
 TEST(RasterCoreManager, ReadsTheFrameBackAsAnyPixelType) {
     Core core;
