@@ -206,24 +206,26 @@ TEST(TextRenderer, ControlCharactersDrawNothingAndTabsAreFourSpaces) {
 }
 
 /// Every way to a picture of a text gives the same one: drawn at first, again from the places
-/// kept, after being cut off by a clip, and through caches too small for it.
+/// kept, at another part of a pixel, after being cut off by a clip, and when its glyphs had to make
+/// room for others.
 TEST(TextRenderer, RedrawsTheSamePixelsWhateverIsKept) {
     TextRenderer kept;
-    TextRenderer tiny(nullptr, 6000, 6000);
-    std::vector<TextTransform> const transforms = {{}, {0.8, -0.6, 0.6, 0.8}};
-    for (int i = 0; i < 60; ++i) {
-        std::string const words = "Corner " + std::to_string(i % 7);
-        TextStyle const style = Style(9 + i % 5);
-        math::Point2<double> const anchor(10 + i * 0.37, 20 + i % 4 * 0.25);
-        TextTransform const& transform = transforms[static_cast<std::size_t>(i % 2)];
+    TextRenderer crowded(nullptr, 5000, 100000);
+    TextStyle const style = Style(11);
+    for (int i = 0; i < 64; ++i) {
+        std::string const words = "Corner " + std::to_string(i % 2);
+        math::Point2<double> const anchor(10 + i * 0.37, 20 + i % 16 * 0.25);
+        TextTransform const turned{0.8, -0.6, 0.6, 0.8};
+        TextTransform const transform = i % 16 < 8 ? TextTransform() : turned;
         TextRenderer fresh;
         auto const expected = Drawn(fresh, anchor, style, words, transform);
         Page clipped;
         kept.Draw(clipped, anchor, style, words, transform, {0, 0, 30, 30});
         ASSERT_EQ(Drawn(kept, anchor, style, words, transform), expected) << i;
         ASSERT_EQ(Drawn(kept, anchor, style, words, transform), expected) << i;
-        ASSERT_EQ(Drawn(tiny, anchor, style, words, transform), expected) << i;
-        ASSERT_LE(tiny.CachedBytes(), 12000u);
+        ASSERT_EQ(Drawn(crowded, anchor, style, words, transform), expected) << i;
+        Drawn(crowded, anchor, Style(20), "Make room, please");
+        ASSERT_EQ(Drawn(crowded, anchor, style, words, transform), expected) << i;
     }
 }
 
@@ -254,6 +256,16 @@ TEST(TextRenderer, ShortensToTheLongestBeginningThatFits) {
     EXPECT_EQ(text.Ellipsize(style, words, 1), "");
     EXPECT_EQ(text.Ellipsize(style, words, kNaN), "");
     EXPECT_EQ(text.Ellipsize(style, "ab\n" + words, 40).substr(0, 4), "ab\nC");
+    // The last letter that is left takes another shape, wider than in the middle of a word.
+    std::string arabic;
+    for (int i = 0; i < 20; ++i) {
+        arabic += "\xD8\xA8";
+    }
+    for (int width = 20; width < 60; ++width) {
+        std::string const cut = text.Ellipsize(style, arabic, width, "");
+        EXPECT_FALSE(cut.empty());
+        EXPECT_LE(text.Measure(style, cut).Width(), width);
+    }
     // Letters with two accents each are five bytes that stay together.
     std::string accents;
     for (int i = 0; i < 20; ++i) {
