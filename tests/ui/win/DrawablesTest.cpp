@@ -211,8 +211,9 @@ TEST(Drawables, ShadowTextRestoresTheColour) {
     EXPECT_EQ(core.colour, CWindowCore::Colour(1, 2, 3, 4));
 }
 
-TEST(Drawables, NullFontNameIsTheStandardLibrarysError) {
+TEST(Drawables, TextsThatCannotBeMadeAreNotDrawn) {
     CWindow window(Params());
+    EXPECT_FALSE(window.DrawTextf(0, 0, "%ls", L"\x20AC")) << "the C locale has no bytes for it";
     EXPECT_THROW(window.SetFontName(nullptr), std::logic_error);
     EXPECT_EQ(window.Layer(0).Size(), 0U);
 }
