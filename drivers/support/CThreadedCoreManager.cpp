@@ -7,6 +7,7 @@
 #include <boost/current_function.hpp>
 #include <boost/make_shared.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -40,7 +41,10 @@ CThreadedCoreManager::CThreadedCoreManager(
 }
 
 CThreadedCoreManager::~CThreadedCoreManager() {
-    BOOST_ASSERT(m_shutDown);
+    // Only a driver whose constructor threw comes here without Shutdown(), and without commands.
+    if (!m_shutDown) {
+        m_thread->Retire(this);
+    }
 }
 
 bool CThreadedCoreManager::CanShow(std::int64_t width, std::int64_t height) const {
@@ -121,6 +125,7 @@ void CThreadedCoreManager::Quit() {
 }
 
 void CThreadedCoreManager::Shutdown() {
+    boost::this_thread::disable_interruption const uninterrupted;
     {
         Lock const lock(m_stateLock);
         if (m_shutDown) {
@@ -149,6 +154,7 @@ void CThreadedCoreManager::Serve(SPCommand const& command) {
     Guard("Command", [&] { command->Execute(this); });
     if (ReplaceCount() != replacedBefore) {
         m_stale = true;
+        m_layersNewer = true;
         m_refreshRequested = true;
         m_refreshes.push_back(command);
     } else {
@@ -183,6 +189,12 @@ void CThreadedCoreManager::FireTimers() {
         if (timercmp(&now, &timer.due, <)) {
             continue;
         }
+        bool const stillSet = std::any_of(Timers().begin(), Timers().end(), [&](auto const& t) {
+            return t.id == timer.id && !timercmp(&t.due, &timer.due, !=);
+        });
+        if (!stillSet) {
+            continue; // a receiver before has released or moved it
+        }
         ReleaseTimer(timer.id);
         Event event;
         event.type = ui::win::EventPositionless;
@@ -200,20 +212,19 @@ void CThreadedCoreManager::EnsureFrame() {
 void CThreadedCoreManager::DrawFrame() {
     m_refreshRequested = false;
     m_stale = false;
+    m_layersNewer = false;
     m_drawing = true;
     OnPre();
-    Guard("Drawing", [this] { DrawPicture(); });
+    Guard("Drawing", [this] {
+        BeginFrame();
+        Draw();
+    });
+    Guard("Drawing", [this] { DrawPlugins(); });
     Guard("Drawing", [this] { FinishFrame(); });
     OnPost();
-    m_drawing = false;
     Guard("Presentation", [this] { Present(); });
     Guard("Frame delivery", [this] { NotifyBufferReady(true); });
-}
-
-void CThreadedCoreManager::DrawPicture() {
-    BeginFrame();
-    Draw();
-    DrawPlugins();
+    m_drawing = false;
 }
 
 void CThreadedCoreManager::BeginFrame() {
@@ -221,6 +232,10 @@ void CThreadedCoreManager::BeginFrame() {
 }
 
 bool CThreadedCoreManager::OnEvent(Event& event) {
+    // Layers take events where they were drawn; new ones have no place yet.
+    if (m_layersNewer && !m_drawing) {
+        DrawFrame();
+    }
     if (event.type == ui::win::EventMotion || event.type == ui::win::EventPress ||
         event.type == ui::win::EventRelease) {
         m_pointerX = event.screenX;

@@ -68,7 +68,7 @@ protected:
     /// @}
 
     Colour BackgroundColor() const { return m_background; }
-    /// Draws now if layers, size or anything else changed since the last picture.
+    /// Draws now if layers, size or background changed since the last picture.
     void EnsureFrame();
     /// The picture no longer shows what it should; the next one that is asked for is drawn anew.
     void Invalidate() { m_stale = true; }
@@ -80,7 +80,6 @@ private:
     void Serve(ui::win::SPCommand const& command) override;
     boost::posix_time::time_duration FinishBatch() override;
     void DrawFrame();
-    void DrawPicture();
     void FireTimers();
     bool OnOwnThread() const;
     template <class Action>
@@ -95,7 +94,8 @@ private:
     int m_pointerY = -1;
     bool m_stale = true; // the picture is older than what it shows
     bool m_refreshRequested = false;
-    bool m_drawing = false;
+    bool m_drawing = false;                      // until subscribers have had the frame
+    bool m_layersNewer = false;                  // taken over, not drawn yet
     std::vector<ui::win::SPCommand> m_refreshes; // executed, to be completed with the picture
 
     mutable boost::mutex m_stateLock;

@@ -32,7 +32,7 @@ void RenderThread::Post(boost::shared_ptr<RenderClient> const& client, ui::win::
             m_threadId = m_thread.get_id();
         }
     }
-    m_work.notify_one();
+    m_work.notify_all();
 }
 
 std::vector<ui::win::SPCommand> RenderThread::Retire(RenderClient const* client) {
@@ -56,7 +56,7 @@ std::vector<ui::win::SPCommand> RenderThread::Retire(RenderClient const* client)
             m_threadId = boost::thread::id();
         }
     }
-    m_work.notify_one();
+    m_work.notify_all();
     if (finished.joinable()) {
         if (finished.get_id() == boost::this_thread::get_id()) {
             finished.detach();
@@ -114,9 +114,12 @@ bool RenderThread::WaitForWork(time_duration timeout, std::size_t& batchSize) {
     } else if (m_queue.empty() && IsRunning()) {
         m_work.timed_wait(lock, timeout); // an early wake-up only makes an empty batch
     }
+    if (!IsRunning()) {
+        return false;
+    }
     batchSize = m_queue.size();
     m_serving = true;
-    return IsRunning();
+    return true;
 }
 
 void RenderThread::ServeNext() {
@@ -142,8 +145,10 @@ void RenderThread::ServeNext() {
 void RenderThread::EndBatch() {
     {
         Lock const lock(m_mutex);
-        m_serving = false;
-        ++m_batchCount;
+        if (IsRunning() || m_clients.empty()) {
+            m_serving = false;
+            ++m_batchCount;
+        }
     }
     m_batchEnded.notify_all();
 }
@@ -152,7 +157,9 @@ time_duration RenderThread::FinishBatch() {
     std::vector<Client> clients;
     {
         Lock const lock(m_mutex);
-        clients = m_clients;
+        if (IsRunning()) {
+            clients = m_clients;
+        }
     }
     time_duration timeout(boost::posix_time::not_a_date_time);
     for (Client const& entry : clients) {

@@ -578,6 +578,20 @@ TEST_P(DrawingDriver, TimersReachDrawables) {
     EXPECT_EQ(ticking->ticks, 1U);
 }
 
+TEST_P(DrawingDriver, LosesNoEventBetweenARefreshAndItsPicture) {
+    std::vector<std::string> log;
+    window.push(new Logging("item", log, true));
+    window.Refresh(true);
+    for (int i = 0; i < 20; ++i) {
+        window.Refresh(false);
+        window.InjectEvent(MakeEvent(EventPress, 10, 10));
+        window.Refresh(false);
+        window.InjectEvent(MakeEvent(EventRelease, 10, 10));
+    }
+    OnBackend(window, [](CWindowCoreManager&) {});
+    EXPECT_EQ(log.size(), 40U);
+}
+
 TEST_P(DrawingDriver, AnimatesWhatAsksToBeDrawnAgainUntilTheWindowGoes) {
     struct Spinning : CWidget {
         int Draw(CWindowCore* core) override {
@@ -589,6 +603,7 @@ TEST_P(DrawingDriver, AnimatesWhatAsksToBeDrawnAgainUntilTheWindowGoes) {
     auto const spinning = boost::make_shared<Spinning>();
     {
         CWindow other(MakeParams(GetParam()));
+        other.Subscribe_RefreshComplete([](cimage::CImage const&) {});
         other.push(spinning);
         other.Refresh(false);
         while (spinning->frames < 5) {

@@ -23,10 +23,11 @@ void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     ++g_allocations;
     return std::malloc(size);
 }
-void operator delete(void* p) noexcept {
+// Not inlined: the compiler would take free() for the wrong partner of operator new.
+[[gnu::noinline]] void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept {
     std::free(p);
 }
 

@@ -17,6 +17,9 @@ class CWindowCoreManager;
 /// pointers they are given.
 class CWidget {
 public:
+    CWidget() = default;
+    CWidget(CWidget const&) = default;
+    CWidget& operator=(CWidget const&) = default;
     virtual ~CWidget() = default;
 
     /// The class's constant name; plugins are looked up by it.
@@ -25,11 +28,6 @@ public:
     virtual int Draw(CWindowCore*) { return 0; }
     /// Offers an event. @return true when the object consumed it, which ends its delivery
     virtual bool Interact(CWindowCoreManager*, Event const&) { return false; }
-
-protected:
-    CWidget() = default;
-    CWidget(CWidget const&) = default;
-    CWidget& operator=(CWidget const&) = default;
 };
 
 using SPDrawingObject = boost::shared_ptr<CWidget>;

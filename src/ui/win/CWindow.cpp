@@ -9,6 +9,7 @@
 #include <boost/current_function.hpp>
 
 #include <stdexcept>
+#include <utility>
 
 namespace ui::win {
 
@@ -80,7 +81,7 @@ int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const&
         kiv::Diagnose(
             "[EE]", BOOST_CURRENT_FUNCTION, "CWindow driver '" + driver + "' not found: ");
         std::string available = "Available driver are: ";
-        for (std::string const& name : kiv::Singleton<DriverFactory>::Instance()->Names()) {
+        for (std::string const& name : DriverNames()) {
             available += name + ' ';
         }
         kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, available);
@@ -93,11 +94,12 @@ int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const&
 }
 
 bool CWindow::RemoveAllBackend() {
-    // What was asked for is still done, and a backend is not dropped in the middle of it.
-    for (auto const& backend : m_backends) {
-        backend->Drain();
+    // Out of the window first: what is still done for it may use the window.
+    auto const leaving = std::exchange(m_backends, {});
+    for (auto const& backend : leaving) {
+        backend->Drain(); // what was asked for is still done
+        backend->CloseEventQueue();
     }
-    m_backends.clear();
     return true;
 }
 
@@ -109,6 +111,7 @@ std::string CWindow::getDriver() {
 }
 
 bool CWindow::setINIFile(kiv::ini::INIFile* ini) {
+    boost::lock_guard<boost::recursive_mutex> const lock(CWindowCoreManager::m_iniLock);
     CWindowCoreManager::m_ini = ini;
     std::string drivers = nullDriver;
     if (ini != nullptr) {
@@ -156,8 +159,10 @@ std::string CWindow::GetConnectionString(int index) const {
 bool CWindow::SendCommand(SPCommand const& command, int index) {
     auto const [first, last] = Range(index);
     bool accepted = true;
-    for (std::size_t i = first; i < last; ++i) {
-        accepted = m_backends[i]->PushCommand(command) && accepted;
+    // Each backend is kept: a command that is executed at once may reset the window.
+    for (std::size_t i = first; i < last && i < m_backends.size(); ++i) {
+        boost::shared_ptr<CWindowCoreManager> const backend = m_backends[i];
+        accepted = backend->PushCommand(command) && accepted;
     }
     return accepted;
 }
@@ -184,7 +189,9 @@ bool CWindow::WaitForEvent(int index) {
     for (std::size_t i = first; i < last; ++i) {
         // Kept alive while this thread waits, whoever drops the window's reference meanwhile.
         boost::shared_ptr<CWindowCoreManager> const backend = m_backends[i];
-        result = backend->WaitForEvent(m_events) && result;
+        std::deque<Event> events;
+        result = backend->WaitForEvent(events) && result;
+        m_events.insert(m_events.end(), events.begin(), events.end());
     }
     return result;
 }

@@ -156,7 +156,7 @@ bool CWindowCore::DrawQuads(T2F_V3F_t const*, unsigned) {
 }
 
 void CWindowCore::SetFontName(char const* name) {
-    m_fontName = name;
+    m_fontName = std::string(name);
 }
 bool CWindowCore::SetFontSizeEx(double, double, bool) {
     return true;

@@ -20,7 +20,7 @@ boost::posix_time::ptime Now() {
 } // namespace
 
 kiv::ini::INIFile* CWindowCoreManager::m_ini = nullptr;
-boost::mutex CWindowCoreManager::m_iniLock;
+boost::recursive_mutex CWindowCoreManager::m_iniLock;
 std::string CWindowCoreManager::g_outputPath;
 std::string CWindowCoreManager::g_resourcePath;
 
@@ -33,7 +33,7 @@ CWindowCoreManager::CWindowCoreManager(CreationParams const& params) {
     m_height = m_requestedHeight = params.height;
     m_outputFileFormat = defaultOutputFileFormat;
     if (m_ini != nullptr) {
-        boost::lock_guard<boost::mutex> const lock(m_iniLock);
+        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
         m_ini->Lookup("WIN OUTPUT FILE FORMAT", m_outputFileFormat);
     }
     // Qualified: a driver's own view set-up cannot run before the driver is constructed.
@@ -113,7 +113,12 @@ bool CWindowCoreManager::Refresh(bool) {
 
 bool CWindowCoreManager::PushCommand(SPCommand const& command) {
     SPCommand const kept = command; // the command may drop what the caller passed
-    kept->Execute(this);
+    try {
+        kept->Execute(this);
+    } catch (...) {
+        kept->Complete(); // somebody else may wait for it
+        throw;
+    }
     kept->Complete();
     return true;
 }
@@ -127,25 +132,59 @@ bool CWindowCoreManager::OnEvent(Event& event) {
     return InteractOrPush(event);
 }
 
+class CWindowCoreManager::LayerWalk {
+public:
+    explicit LayerWalk(CWindowCoreManager& manager) : m_manager(manager) {
+        ++m_manager.m_layerWalks;
+    }
+    ~LayerWalk() {
+        if (--m_manager.m_layerWalks == 0 && m_manager.m_nextLayers) {
+            m_manager.setLastDrawnImageMetadata(nullptr);
+            std::swap(m_manager.m_drawerList, *m_manager.m_nextLayers);
+            m_manager.m_nextLayers.reset();
+        }
+    }
+    LayerWalk(LayerWalk const&) = delete;
+    LayerWalk& operator=(LayerWalk const&) = delete;
+
+private:
+    CWindowCoreManager& m_manager;
+};
+
+bool CWindowCoreManager::InteractWithChild(Event& event) {
+    LayerWalk const walk(*this);
+    return m_drawerList.Interact(this, event);
+}
+
 void CWindowCoreManager::Draw() {
     ++m_drawCount;
+    LayerWalk const walk(*this);
     m_drawQueueLength = static_cast<std::uint32_t>(m_drawerList.Draw(this));
 }
 
 void CWindowCoreManager::DrawPlugins() {
-    for (Plugin const& plugin : m_plugins) {
-        if (plugin.enabled) {
+    // By index: a plugin may insert or release plugins while it is drawn.
+    for (std::size_t i = 0; i < m_plugins.size(); ++i) {
+        if (m_plugins[i].enabled) {
+            SPDrawingObject const widget = m_plugins[i].widget;
             CWindowViewPort whole;
             SetViewPort(ViewPortPixels, &whole, boost::shared_ptr<CCamera>());
             SetTranslation(0, 0, false);
             SetBlend(BlendAlpha);
-            plugin.widget->Draw(this);
+            widget->Draw(this);
         }
     }
 }
 
 void CWindowCoreManager::Replace(CDrawerList const& layers) {
     ++m_replaceCount;
+    if (&layers == &m_drawerList) {
+        return;
+    }
+    if (m_layerWalks > 0) {
+        m_nextLayers = std::make_unique<CDrawerList>(layers);
+        return;
+    }
     // The image that it belongs to may go with the old layers.
     setLastDrawnImageMetadata(nullptr);
     m_drawerList = layers;
@@ -185,7 +224,7 @@ void CWindowCoreManager::NotifyBufferReady(bool ready) {
         return;
     }
     m_expose(*image);
-    if (dump) {
+    if ((m_flags & StateDumpFrames) != 0) {
         SaveImageOnDisk(*image, "");
     }
 }

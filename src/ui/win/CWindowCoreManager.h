@@ -14,10 +14,12 @@
 #include <boost/signals2/signal.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
+#include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -78,10 +80,10 @@ public:
     /// @return false when the backend no longer executes commands; nobody must wait then
     virtual bool PushCommand(SPCommand const& command);
     virtual void Quit();
+    virtual bool GetPixel(Colour* colour, int x, int y);
     /// Blocks until every command pushed before was executed and shown; returns at once on the
     /// manager's own thread.
     virtual void Drain();
-    virtual bool GetPixel(Colour* colour, int x, int y);
     /// Takes an event as if the window system had reported it. Drivers act on their own keyboard
     /// commands first. @return true when it was consumed or queued
     virtual bool OnEvent(Event& event);
@@ -123,6 +125,8 @@ public:
     bool WaitForEvent(std::deque<Event>& events);
     /// Takes and releases the event lock; reads and clears nothing. @return true
     bool FlushEvent(std::deque<Event>& events);
+    /// Ends every WaitForEvent, now and later. Any thread.
+    void CloseEventQueue();
     /// Event kinds that are queued for the application; none at first.
     void SetEventMask(unsigned mask);
     boost::mutex& EventLock() { return m_eventLock; }
@@ -180,14 +184,12 @@ public:
     static kiv::ini::INIFile* m_ini;
     /// Held by managers while they read or change what m_ini points to, since windows have threads
     /// of their own. An application that changes the INI object while it has windows holds it too.
-    static boost::mutex m_iniLock;
+    static boost::recursive_mutex m_iniLock;
     /// Directory of dumped files and of resources; set before the first window.
     static std::string g_outputPath;
     static std::string g_resourcePath;
 
 protected:
-    /// Ends every WaitForEvent, now and later.
-    void CloseEventQueue();
     boost::function<void(CWindowCoreManager*)> const& OnDestroyCallback() const {
         return m_onDestroy;
     }
@@ -199,12 +201,18 @@ private:
     std::string WindowKey() const;
     std::string NextDumpName();
 
+    /// Keeps the layers in place while they are walked: what replaces them meanwhile waits.
+    class LayerWalk;
+
     std::string m_driverName;
     std::string m_outputFileFormat;
     CWidget* m_capture = nullptr;
     std::atomic<std::uint32_t> m_eventMask{0}; // written under m_eventLock
     std::vector<Plugin> m_plugins;
     CDrawerList m_drawerList;
+    int m_layerWalks = 0;
+    std::unique_ptr<CDrawerList> m_nextLayers; // to be taken over after the walk
+    bool m_releasingCapture = false;
     ExposeSignal m_expose;
     boost::function<void(CWindowCoreManager*)> m_onDestroy;
     boost::mutex m_eventLock;

@@ -57,10 +57,6 @@ bool CWindowCoreManager::InteractWithPlugins(Event const& event) {
     return false;
 }
 
-bool CWindowCoreManager::InteractWithChild(Event& event) {
-    return m_drawerList.Interact(this, event);
-}
-
 bool CWindowCoreManager::PushObjectEvent(unsigned id) {
     Event event;
     event.type = EventObject;
@@ -114,6 +110,10 @@ void CWindowCoreManager::CaptureEvent(CWidget* widget) {
 }
 
 void CWindowCoreManager::ReleaseCapture() {
+    if (m_releasingCapture) {
+        return; // the widget answers the news by letting go
+    }
+    m_releasingCapture = true;
     if (m_capture != nullptr) {
         Event event;
         event.type = EventCaptureLost;
@@ -121,6 +121,7 @@ void CWindowCoreManager::ReleaseCapture() {
         m_capture->Interact(this, event);
     }
     m_capture = nullptr;
+    m_releasingCapture = false;
 }
 
 } // namespace ui::win

@@ -40,7 +40,7 @@ CWindowCoreManager::Plugin* CWindowCoreManager::InsertPlugin(std::string const& 
         return existing;
     }
     try {
-        boost::lock_guard<boost::mutex> const lock(m_iniLock);
+        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
         kiv::ini::INIFile* const section = m_ini->Node(name);
         if (section == nullptr) {
             throw std::runtime_error("no configuration section can have this name");
@@ -60,7 +60,7 @@ bool CWindowCoreManager::PopulatePlugin() {
     if (m_ini == nullptr) {
         return false;
     }
-    boost::lock_guard<boost::mutex> const lock(m_iniLock);
+    boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
     for (std::string const& name : kiv::Singleton<WidgetFactory>::Instance()->Names()) {
         kiv::ini::INIFile* const section = m_ini->Node(name);
         if (section == nullptr) {

@@ -9,6 +9,7 @@
 #include <boost/property_tree/ptree.hpp>
 
 #include <cctype>
+#include <locale>
 #include <sstream>
 #include <stdexcept>
 
@@ -31,12 +32,13 @@ bool CWindowCoreManager::SaveStatusOnDisk() {
         return false;
     }
     std::ostringstream value;
+    value.imbue(std::locale::classic()); // no grouping of digits, whatever the locale
     value << m_x << ',' << m_y << ',' << m_width << ',' << m_height;
     if ((m_flags & StateFullScreen) != 0) {
         value << ",fullscreen";
     }
     {
-        boost::lock_guard<boost::mutex> const lock(m_iniLock);
+        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
         m_ini->Set(WindowKey(), value.str());
     }
     kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, " Window status saved on disk : " + value.str());
@@ -51,13 +53,14 @@ bool CWindowCoreManager::LoadStatusFromDisk(
     }
     std::string value;
     {
-        boost::lock_guard<boost::mutex> const lock(m_iniLock);
+        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
         if (!m_ini->Lookup(WindowKey(), value)) {
             return false;
         }
     }
     // The numbers are whatever the stream extracts; SetSize decides what a window can have.
     std::istringstream stream(value);
+    stream.imbue(std::locale::classic());
     char separator = 0;
     stream >> x >> separator >> y >> separator >> width >> separator >> height >> separator;
     if (stream.good()) {
@@ -66,6 +69,7 @@ bool CWindowCoreManager::LoadStatusFromDisk(
         fullScreen = word == "fullscreen";
     }
     std::ostringstream message;
+    message.imbue(std::locale::classic());
     message << "Status of window '" << m_title << "' loaded from disk : (" << x << ',' << y << ") "
             << width << 'x' << height;
     kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, message.str());
@@ -86,7 +90,7 @@ std::string CWindowCoreManager::NextDumpName() {
     std::int64_t const number = m_dumpCount++;
     try {
         // Like printf, but a pattern of another shape cannot read what was not passed.
-        boost::format name(m_outputFileFormat);
+        boost::format name(m_outputFileFormat, std::locale::classic());
         name.exceptions(
             boost::io::all_error_bits ^ boost::io::too_many_args_bit ^ boost::io::too_few_args_bit);
         return (name % WindowKey() % number).str();

@@ -93,4 +93,9 @@ DriverCreator FindDriver(std::string const& name) {
     return creator;
 }
 
+std::vector<std::string> DriverNames() {
+    boost::lock_guard<boost::mutex> const lock(g_loading);
+    return kiv::Singleton<DriverFactory>::Instance()->Names();
+}
+
 } // namespace ui::win

@@ -9,6 +9,7 @@
 #include <boost/function.hpp>
 
 #include <string>
+#include <vector>
 
 namespace ui::win {
 
@@ -26,6 +27,8 @@ using Core_Registration = kiv::ObjectRegistrar<DriverFactory, Manager>;
 /// QUARN_DRIVER_PATH and then in the library's own driver folder. Empty when there is none. A
 /// module that is there but cannot be loaded is reported in a line of its own.
 DriverCreator FindDriver(std::string const& name);
+/// Every registered name, ascending.
+std::vector<std::string> DriverNames();
 
 } // namespace ui::win
 

@@ -264,6 +264,33 @@ TEST(WindowLayers, RefreshHandsOverCopiesThatShareDrawables) {
     EXPECT_EQ(backend->ReplaceCount(), 2U);
 }
 
+TEST(WindowLayers, MayBeReplacedWhileTheyAreAsked) {
+    struct Clearing : CWidget {
+        explicit Clearing(CWindow& w) : window(w) {}
+        bool Interact(CWindowCoreManager*, Event const&) override {
+            window.Clear();
+            window.Refresh(false); // at once on this driver
+            return false;
+        }
+        CWindow& window;
+    };
+    tests::CapturedOutput output;
+    CWindow window(Params("None"));
+    window.push(new Clearing(window));
+    window.push(new Dot);
+    window.Refresh(true);
+    Event event;
+    event.type = EventPositionless;
+    window.InjectEvent(event);
+    std::size_t left = 99;
+    window.SendCommand(
+        new CWndCommand_Call([&](CWindowCoreManager* manager) {
+            left = manager->DrawerList().Layers().at(0).Size();
+        }),
+        0);
+    EXPECT_EQ(left, 0U);
+}
+
 TEST(WindowCommands, ShapeMasksPackEightPixelsToAByte) {
     tests::CapturedOutput output;
     using RGB = cimage::TRGB<unsigned char>;

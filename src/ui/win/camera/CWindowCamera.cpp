@@ -2,6 +2,8 @@
 
 #include "ui/win/CWindowCore.h"
 
+#include <boost/thread/lock_guard.hpp>
+
 namespace ui::win {
 
 double const* CCamera::GetViewPort(CWindowCore* core) {
@@ -10,6 +12,7 @@ double const* CCamera::GetViewPort(CWindowCore* core) {
 }
 
 void CCamera::ResolveViewPort(CWindowCore const* core, double (&part)[4]) const {
+    boost::lock_guard<boost::mutex> const lock(m_viewPortLock);
     float const extent[2] = {static_cast<float>(core->Width()), static_cast<float>(core->Height())};
     for (int i = 0; i < 4; ++i) {
         // The product is formed in single precision before it is widened.
@@ -19,6 +22,7 @@ void CCamera::ResolveViewPort(CWindowCore const* core, double (&part)[4]) const 
 }
 
 void CCamera::SetViewPort(float x, float y, float width, float height, bool normalised) {
+    boost::lock_guard<boost::mutex> const lock(m_viewPortLock);
     m_viewPort[0] = x;
     m_viewPort[1] = y;
     m_viewPort[2] = width;
@@ -27,6 +31,7 @@ void CCamera::SetViewPort(float x, float y, float width, float height, bool norm
 }
 
 bool CCamera::CoversWholeWindow() const {
+    boost::lock_guard<boost::mutex> const lock(m_viewPortLock);
     return m_normalised && m_viewPort[0] == 0.0F && m_viewPort[1] == 0.0F &&
            m_viewPort[2] == 1.0F && m_viewPort[3] == 1.0F;
 }

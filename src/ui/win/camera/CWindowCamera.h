@@ -3,6 +3,8 @@
 #include "math/TMatrix.h"
 #include "ui/win/Event.h"
 
+#include <boost/thread/mutex.hpp>
+
 namespace ui::win {
 
 class CWindowCore;
@@ -36,6 +38,7 @@ public:
     bool CoversWholeWindow() const;
 
 private:
+    mutable boost::mutex m_viewPortLock; // guards what follows
     float m_viewPort[4] = {0.0F, 0.0F, 1.0F, 1.0F};
     double m_resolvedViewPort[4] = {0.0, 0.0, 0.0, 0.0};
     bool m_normalised = true;

@@ -35,7 +35,6 @@ CCamera2D::CCamera2D() {
 CCamera2D::CCamera2D(double x0, double y0, double x1, double y1, double angle) : m_angle(angle) {
     SetView(x0, y0, x1, y1);
     Reset();
-    UpdateMatrices();
 }
 
 void CCamera2D::SetView(double x0, double y0, double x1, double y1) {
@@ -63,6 +62,7 @@ void CCamera2D::ResetView() {
     m_zoom = 1.0;
     m_translation = {0, 0};
     m_dragging = false;
+    UpdateMatrices();
 }
 
 double CCamera2D::Zoom() const {
