@@ -16,8 +16,12 @@ ui::win::Core_Registration<COffscreenCore> const registrar("Offscreen");
 COffscreenCore::COffscreenCore(ui::win::CreationParams const& params)
     : CRasterCoreManager(params, boost::make_shared<support::RenderThread>()) {}
 
-COffscreenCore::~COffscreenCore() { Shutdown(); }
+COffscreenCore::~COffscreenCore() {
+    Shutdown();
+}
 
-std::string COffscreenCore::GetConnectionString() const { return "offscreen:"; }
+std::string COffscreenCore::GetConnectionString() const {
+    return "offscreen:";
+}
 
 } // namespace drivers::offscreen
