@@ -65,7 +65,8 @@ void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) c
     auto* bytes = reinterpret_cast<unsigned char*>(out);
     for (int y = 0; y < m_height; ++y, bytes += strideBytes) {
         auto const* from = reinterpret_cast<unsigned char const*>(Row(y));
-        for (int x = 0; x < m_width; ++x) {
+        auto const width = static_cast<std::size_t>(m_width);
+        for (std::size_t x = 0; x < width; ++x) {
             bytes[x * 3] = from[x * 4];
             bytes[x * 3 + 1] = from[x * 4 + 1];
             bytes[x * 3 + 2] = from[x * 4 + 2];

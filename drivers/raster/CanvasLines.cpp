@@ -11,7 +11,7 @@ using namespace detail;
 namespace {
 
 unsigned char Between(unsigned char from, unsigned char to, double t) {
-    return static_cast<unsigned char>(from + (to - from) * t + 0.5);
+    return RoundChannel(from + (to - from) * t);
 }
 
 /// Colours that run along a line from t = 0 to t = 1.

@@ -5,6 +5,7 @@
 #include "drivers/raster/detail/View.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace drivers::raster {
 
@@ -15,7 +16,7 @@ namespace {
 constexpr float kMaxPointSize = 1 << 20; // far more than covers the largest picture
 
 int PointSize(float size) {
-    return size >= 1 ? static_cast<int>(std::min(size, kMaxPointSize) + 0.5F) : 1;
+    return size >= 1 ? static_cast<int>(std::lround(std::min(size, kMaxPointSize))) : 1;
 }
 
 /// The pixels of some vertices, in two passes: transforming without a branch, then drawing.

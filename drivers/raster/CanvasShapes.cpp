@@ -19,11 +19,13 @@ constexpr double kPixelMatrix[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1};
 void FillOutline(
     Target const& target, PathFill& path, std::vector<HPoint> const& outline, Ink const& ink) {
     std::vector<Vertex<0>> polygon;
+    polygon.reserve(outline.size());
     for (HPoint const& p : outline) {
         polygon.push_back({p.x, p.y, p.w, {}});
     }
     ProjectPolygon(polygon);
     std::vector<Point> corners;
+    corners.reserve(polygon.size());
     for (Vertex<0> const& v : polygon) {
         corners.emplace_back(v.x, v.y);
     }
@@ -136,7 +138,7 @@ void Canvas::Ellipse(
     Point const centre{x0 / 2 + x1 / 2, y0 / 2 + y1 / 2};
     double const rx = std::abs(x1 / 2 - x0 / 2);
     double const ry = std::abs(y1 / 2 - y0 / 2);
-    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange(start, end)};
+    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange::Between(start, end)};
     if (m_clip.Empty() || !shape.IsFinite()) {
         return;
     }

@@ -41,7 +41,7 @@ struct ColourShader {
             {Channel(values[0]), Channel(values[1]), Channel(values[2]), Channel(values[3])});
     }
     static unsigned char Channel(double value) {
-        return static_cast<unsigned char>(std::clamp(value, 0.0, 255.0) + 0.5);
+        return RoundChannel(std::clamp(value, 0.0, 255.0));
     }
 };
 
@@ -68,7 +68,7 @@ template <class Shader, class Reader>
 Vertex<Shader::Values> LoadVertex(
     Shader const& shader, Reader const& reader, VertexArray const& vertices, std::size_t index) {
     HPoint const p = reader(index);
-    Vertex<Shader::Values> v;
+    Vertex<Shader::Values> v{};
     v.x = p.x;
     v.y = p.y;
     v.w = p.w;

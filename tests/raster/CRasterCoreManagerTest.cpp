@@ -64,7 +64,7 @@ TEST(RasterCoreManager, CountsPrimitivesNotVertices) {
         space[i] = {plane[i].x, plane[i].y, 7};
         coloured[i] = {255, 255, 255, 255, plane[i].x, plane[i].y, 7};
     }
-    for (int i = 0; i < 6; ++i) {
+    for (std::size_t i = 0; i < 6; ++i) {
         withNormals[i * 2] = space[i + i / 3];
     }
     struct Case {
@@ -105,7 +105,7 @@ TEST(RasterCoreManager, CountsPrimitivesNotVertices) {
 
 TEST(RasterCoreManager, MapsEveryViewPortModeAndClipsToTheViewPort) {
     struct Case {
-        ViewPortMode mode;
+        ViewPortMode mode = ViewPortKeep;
         math::Rect2<int> box; // where the box (0, 0) - (4, 0.5) is seen
     };
     for (Case const& c :

@@ -38,7 +38,9 @@ inline VertexArray Vertices(std::vector<math::Point3<float>> const& points) {
 /// A vertex with its colour in front.
 struct ColourVertex {
     Colour colour;
-    float x, y, z;
+    float x = 0;
+    float y = 0;
+    float z = 0;
 };
 
 inline VertexArray Vertices(std::vector<ColourVertex> const& points) {
@@ -53,8 +55,11 @@ inline VertexArray Vertices(std::vector<ColourVertex> const& points) {
 
 /// A vertex with its texture coordinates in front.
 struct TextureVertex {
-    float s, t;
-    float x, y, z;
+    float s = 0;
+    float t = 0;
+    float x = 0;
+    float y = 0;
+    float z = 0;
 };
 
 inline VertexArray Vertices(std::vector<TextureVertex> const& points) {

@@ -11,8 +11,8 @@ namespace drivers::raster::detail {
 
 /// Where the operations draw: the pixels of a canvas and the part that may be changed.
 struct Target {
-    Colour* pixels;
-    std::ptrdiff_t stride; ///< in pixels
+    Colour* pixels = nullptr;
+    std::ptrdiff_t stride = 0; ///< in pixels
     math::Rect2<int> clip;
 
     Colour* At(int x, int y) const { return pixels + y * stride + x; }
@@ -35,6 +35,12 @@ inline unsigned char Mix(unsigned source, unsigned destination, unsigned alpha) 
 
 inline Colour Modulate(Colour x, Colour y) {
     return {Scale(x.r, y.r), Scale(x.g, y.g), Scale(x.b, y.b), Scale(x.a, y.a)};
+}
+
+/// The nearest whole number; value from 0 to 255.
+inline unsigned char RoundChannel(double value) {
+    double const up = value + 0.5; // lround() is a call, and per pixel that shows
+    return static_cast<unsigned char>(up);
 }
 
 /// A colour with full alpha. In whole words, which compilers keep in one register.

@@ -137,14 +137,14 @@ Pixel PixelAt(Point const& p) {
 
 } // namespace
 
-ArcRange::ArcRange(double from, double to) {
+ArcRange ArcRange::Between(double from, double to) {
     if (to < from) {
         std::swap(from, to);
     }
     double const span = to - from;
-    start = std::fmod(from, 2 * kPi);
-    end = start + span;
-    whole = span >= 2 * kPi * (1 - 1e-7); // callers compute 2 pi in float
+    double const start = std::fmod(from, 2 * kPi);
+    bool const whole = span >= 2 * kPi * (1 - 1e-7); // callers compute 2 pi in float
+    return {start, start + span, whole};
 }
 
 void FlattenArc(

@@ -12,8 +12,8 @@ namespace drivers::raster::detail {
 struct EllipseFrame {
     View view;
     Point centre;
-    double rx;
-    double ry;
+    double rx = 0;
+    double ry = 0;
 
     /// The point in the direction of a unit vector.
     HPoint At(Point const& unit) const {
@@ -21,13 +21,14 @@ struct EllipseFrame {
     }
 };
 
-/// Angles of an arc, brought to start in (-2 pi, 2 pi) and end >= start.
+/// Angles of an arc: start in (-2 pi, 2 pi), end >= start.
 struct ArcRange {
-    double start;
-    double end;
-    bool whole;
+    double start = 0;
+    double end = 0;
+    bool whole = false;
 
-    ArcRange(double from, double to);
+    /// The arc between two angles of any size, in either order.
+    static ArcRange Between(double from, double to);
 };
 
 /// Cuts an arc into chords that lie within a hundredth of a pixel of it; parts further than

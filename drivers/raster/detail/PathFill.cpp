@@ -1,5 +1,7 @@
 #include "drivers/raster/detail/PathFill.h"
 
+#include "drivers/raster/detail/Blend.h"
+
 #include <algorithm>
 
 namespace drivers::raster::detail {
@@ -112,8 +114,7 @@ int PathFill::SumCoverage(int y, int& x0) {
         sum += m_sums[at];
         m_sums[at] = 0;
         double const share = std::min(std::abs(sum), 1.0);
-        m_coverage[static_cast<std::size_t>(count++)] =
-            static_cast<unsigned char>(share * 255 + 0.5);
+        m_coverage[static_cast<std::size_t>(count++)] = RoundChannel(share * 255);
     }
     m_sums[static_cast<std::size_t>(m_clip.Width())] = 0;
     m_sums[static_cast<std::size_t>(m_clip.Width()) + 1] = 0;

@@ -100,8 +100,8 @@ void WalkLine(Target const& target, PixelLine line, Plot&& plot) {
     int const first = static_cast<int>(range.from);
     int const last = static_cast<int>(range.to);
     std::int64_t const start = 2 * steps.rise * first + length;
-    std::int64_t const moved = first > 0 ? start / (2 * length) : 0;
-    int error = static_cast<int>(start - moved * 2 * length);
+    std::int64_t const moved = first > 0 ? start / (2 * steps.length) : 0;
+    int error = static_cast<int>(start - moved * 2 * steps.length);
     int const rise2 = static_cast<int>(2 * steps.rise);
     int const length2 = 2 * length;
     int const major = line.x0 + first;

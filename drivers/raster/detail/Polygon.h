@@ -17,7 +17,7 @@ struct Vertex {
 
 template <int N>
 Vertex<N> Between(Vertex<N> const& p, Vertex<N> const& q, double t) {
-    Vertex<N> v;
+    Vertex<N> v{};
     v.x = p.x + (q.x - p.x) * t;
     v.y = p.y + (q.y - p.y) * t;
     v.w = p.w + (q.w - p.w) * t;

@@ -26,7 +26,7 @@ private:
         Point a;
         Point b;
         Point direction; ///< of length 1
-        bool freeStart;
+        bool freeStart = false;
     };
     enum class Chain { None, Dot, Line };
 

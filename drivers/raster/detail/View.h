@@ -29,8 +29,8 @@ inline bool IsFinite(HPoint const& p) {
 
 /// World to pixels.
 struct View {
-    double const* m; ///< 3 x 4, row-major
-    bool affine;     ///< the last row is 0 0 0 1
+    double const* m = nullptr; ///< 3 x 4, row-major
+    bool affine = false;       ///< the last row is 0 0 0 1
 
     HPoint Map(double x, double y) const {
         return {
