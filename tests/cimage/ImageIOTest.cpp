@@ -1,6 +1,7 @@
 #include "cimage/ImageIO.h"
 
 #include "NoiseImages.h"
+#include "support/OutputFolder.h"
 
 #include <boost/property_tree/ptree.hpp>
 
@@ -38,17 +39,9 @@ using Rgb8 = TRGB<uchar>;
 using Rgba8 = TRGBA<uchar>;
 using Rgba16 = TRGBA<ushort>;
 
-/// Each test writes into an empty folder of its own.
 class ImageIO : public testing::Test {
 protected:
-    ImageIO() {
-        auto const& test = *testing::UnitTest::GetInstance()->current_test_info();
-        m_folder = fs::path(QUARN_TEST_OUTPUT) / "cimage" / test.name();
-        fs::remove_all(m_folder);
-        fs::create_directories(m_folder);
-    }
-
-    std::string Path(std::string const& name) const { return (m_folder / name).string(); }
+    std::string Path(std::string const& name) const { return m_folder.Path(name); }
 
     std::string WriteFile(std::string const& name, std::string const& content) const {
         std::ofstream(Path(name), std::ios::binary) << content;
@@ -59,7 +52,7 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
     std::ptrdiff_t FilesInFolder() const {
-        return std::distance(fs::directory_iterator(m_folder), fs::directory_iterator());
+        return std::distance(fs::directory_iterator(m_folder.path), fs::directory_iterator());
     }
 
     /// What the failure says; nothing may appear on the error stream.
@@ -79,7 +72,7 @@ protected:
         return Failure([&] { CreateFromFile(path, ptree()); });
     }
 
-    fs::path m_folder;
+    tests::OutputFolder m_folder;
 };
 
 void ExpectSamePixels(CImage const& a, CImage const& b, std::string const& what) {
@@ -272,7 +265,7 @@ TEST_F(ImageIO, BrokenFilesAreRefusedWithPathAndReason) {
             << c.first;
     }
     EXPECT_THAT(ReadFailure(Path("none.png")), HasSubstr("No such file"));
-    EXPECT_THAT(ReadFailure(m_folder.string()), HasSubstr("folder"));
+    EXPECT_THAT(ReadFailure(m_folder.path.string()), HasSubstr("folder"));
     EXPECT_THAT(ReadFailure("/dev/null"), HasSubstr("not a regular file"));
 }
 

@@ -4,6 +4,7 @@
 #include "drivers/TestWindow.h"
 #include "support/CapturedOutput.h"
 #include "support/IniGuard.h"
+#include "support/OutputFolder.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/camera/CWindowCamera2D.h"
 
@@ -15,7 +16,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -414,10 +414,8 @@ TEST_P(DrawingDriver, DrawsTextAndMeasuresIt) {
 }
 
 TEST_P(DrawingDriver, DeliversGrabsAndDumpsTheSameFrame) {
-    std::string const folder = std::string(QUARN_TEST_OUTPUT) + "/conformance";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(QUARN_TEST_OUTPUT);
-    std::string const previous = CWindow::setOutputPath(folder);
+    OutputFolder const folder;
+    std::string const previous = CWindow::setOutputPath(folder.path.string());
     CWindow dumping(MakeParams(GetParam(), 64, 48, StateDumpFrames));
     std::vector<RGB> delivered;
     dumping.Subscribe_RefreshComplete(
@@ -438,7 +436,7 @@ TEST_P(DrawingDriver, DeliversGrabsAndDumpsTheSameFrame) {
           std::pair("TEST-000001.ppm", green),
           std::pair("shot.png", green)}) {
         cimage::TImage<RGB> file;
-        cimage::Load(folder + "/" + name, file, metadata);
+        cimage::Load(folder.Path(name), file, metadata);
         EXPECT_EQ(file(9, 7), colour) << name;
         EXPECT_EQ(file(40, 40), black) << name;
     }

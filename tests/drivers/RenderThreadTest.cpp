@@ -1,5 +1,6 @@
 #include "drivers/TestWindow.h"
 #include "support/CapturedOutput.h"
+#include "support/OutputFolder.h"
 
 #include <boost/thread/thread.hpp>
 
@@ -7,7 +8,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -18,13 +18,12 @@ using testing::HasSubstr;
 
 TEST(DriverModules, AreLookedForByNameAndSayWhyTheyCannotBeLoaded) {
     CapturedOutput output;
-    std::filesystem::path const folder = std::filesystem::path(QUARN_TEST_OUTPUT) / "modules";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "quarn_driver_broken.so") << "this is no library";
-    setenv("QUARN_DRIVER_PATH", (":/nowhere:" + folder.string()).c_str(), 1);
+    OutputFolder const folder;
+    std::ofstream(folder.path / "quarn_driver_broken.so") << "this is no library";
+    setenv("QUARN_DRIVER_PATH", (":/nowhere:" + folder.path.string()).c_str(), 1);
     EXPECT_THROW(CWindow(MakeParams("Broken")), std::runtime_error);
     std::string const said = output.Take();
-    EXPECT_THAT(said, HasSubstr("[EE] win: Driver module " + folder.string()));
+    EXPECT_THAT(said, HasSubstr("[EE] win: Driver module " + folder.path.string()));
     EXPECT_THAT(said, HasSubstr("cannot be loaded: "));
     EXPECT_THAT(said, HasSubstr("[EE] CWindow: CWindow driver 'Broken' not found: \n"));
     EXPECT_THROW(CWindow(MakeParams("../modules/broken")), std::runtime_error);

@@ -1,9 +1,10 @@
 #include "kiv/ini/INIFile.h"
 
+#include "support/OutputFolder.h"
+
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -24,13 +25,7 @@ namespace fs = std::filesystem;
 
 class INIFileTest : public testing::Test {
 protected:
-    INIFileTest()
-        : m_folder(fs::temp_directory_path() / ("inifile_test." + std::to_string(getpid()))) {
-        fs::create_directories(m_folder);
-    }
-    ~INIFileTest() override { fs::remove_all(m_folder); }
-
-    std::string Path(std::string const& name = "test.ini") const { return m_folder / name; }
+    std::string Path(std::string const& name = "test.ini") const { return m_folder.Path(name); }
 
     std::string Write(std::string const& content) const {
         std::ofstream(Path(), std::ios::binary) << content;
@@ -59,7 +54,7 @@ protected:
     }
 
 private:
-    fs::path m_folder;
+    tests::OutputFolder m_folder;
 };
 
 TEST_F(INIFileTest, WhatIsNotSetIsWrittenBackByteForByte) {

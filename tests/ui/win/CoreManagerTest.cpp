@@ -1,5 +1,6 @@
 #include "support/CapturedOutput.h"
 #include "support/IniGuard.h"
+#include "support/OutputFolder.h"
 #include "ui/win/CWindowCoreManager.h"
 #include "ui/win/CWindowNullCore.h"
 #include "ui/win/camera/CWindowCamera2D.h"
@@ -50,27 +51,13 @@ public:
 
 class Nothing : public CWidget {};
 
-class OutputFolder {
+/// Dumps go into the folder while it lives.
+class DumpFolder : public tests::OutputFolder {
 public:
-    OutputFolder() : path(std::filesystem::path(QUARN_TEST_OUTPUT) / "dumps") {
-        std::filesystem::remove_all(path);
-        std::filesystem::create_directories(path.parent_path());
-        m_previous = CWindow::setOutputPath(path.string());
-    }
-    ~OutputFolder() { CWindow::setOutputPath(m_previous); }
-    OutputFolder(OutputFolder const&) = delete;
-    OutputFolder& operator=(OutputFolder const&) = delete;
-
-    std::vector<std::string> Files() const {
-        std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(path)) {
-            names.push_back(entry.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    std::filesystem::path path;
+    DumpFolder() : m_previous(CWindow::setOutputPath(path.string())) {}
+    ~DumpFolder() { CWindow::setOutputPath(m_previous); }
+    DumpFolder(DumpFolder const&) = delete;
+    DumpFolder& operator=(DumpFolder const&) = delete;
 
 private:
     std::string m_previous;
@@ -142,7 +129,7 @@ TEST(CoreManager, ReplaceTakesACopyAndSurvivesItself) {
 
 TEST(CoreManager, GrabsAFrameOnlyForADumpOrASubscriber) {
     tests::CapturedOutput output;
-    OutputFolder folder;
+    DumpFolder folder;
     PictureCore idle(Params());
     idle.NotifyBufferReady(true);
     EXPECT_EQ(idle.grabs, 0);
@@ -180,7 +167,7 @@ TEST(CoreManager, DumpsFailWithTheFolderOrThePattern) {
     tests::IniGuard config;
     config.ini.Set("WIN OUTPUT FILE FORMAT", "%s-%");
     PictureCore manager(Params("1234"));
-    OutputFolder folder;
+    DumpFolder folder;
     EXPECT_THROW(manager.DumpImage(""), std::runtime_error);
     config.ini.Set("WIN OUTPUT FILE FORMAT", "frame %2$03d of %1%.png");
     PictureCore ordered(Params("1234"));

@@ -1,4 +1,5 @@
 #include "cimage/ImageIO.h"
+#include "support/OutputFolder.h"
 #include "support/RecordingCore.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/drawables/CWidgets.h"
@@ -9,7 +10,6 @@
 #include <gmock/gmock.h>
 
 #include <climits>
-#include <filesystem>
 #include <functional>
 #include <stdexcept>
 
@@ -236,8 +236,7 @@ TEST_F(ImageCalls, HooksDrawTheUntouchedOutput) {
 }
 
 TEST_F(ImageCalls, FilesAreDrawnOrReported) {
-    std::filesystem::create_directories(QUARN_TEST_OUTPUT);
-    std::string const path = QUARN_TEST_OUTPUT "/image_calls.pgm";
+    std::string const path = tests::OutputFolder().Path("image.pgm");
     unsigned char const pixels[] = {0, 200};
     cimage::Save(path, Grey(pixels, 2, 1), {});
     window.DrawImageFile(path, 1, 2, 3, 4);
