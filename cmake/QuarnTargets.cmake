@@ -14,6 +14,9 @@ function(quarn_configure target)
         target_link_options(${target} PRIVATE -fsanitize=${QUARN_SANITIZE})
         # gcc's flow analysis reports false positives in instrumented code.
         target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    else()
+        # A module with a symbol missing must not link, rather than fail when it is loaded.
+        target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
 endfunction()
 
