@@ -8,6 +8,20 @@
 
 namespace ui::win {
 
+namespace {
+
+/// The event as a plugin sees it: plugins are drawn over the whole window in its pixels, which so
+/// are the frame of all its positions.
+Event InWindowFrame(Event event, CWindowCore const& window) {
+    event.localX = event.worldX = static_cast<float>(event.screenX);
+    event.localY = event.worldY = static_cast<float>(event.screenY);
+    event.deviceX = 2.0F * event.localX / static_cast<float>(window.Width()) - 1.0F;
+    event.deviceY = 1.0F - 2.0F * event.localY / static_cast<float>(window.Height());
+    return event;
+}
+
+} // namespace
+
 bool CWindowCoreManager::PushEvent(Event const& event) {
     if ((event.type & m_eventMask.load(std::memory_order_relaxed)) == 0) {
         return false;
@@ -39,13 +53,14 @@ bool CWindowCoreManager::Interact(Event& event) {
 }
 
 bool CWindowCoreManager::InteractWithPlugins(Event const& event) {
+    Event const located = InWindowFrame(event, *this);
     // By index: a plugin may insert or release plugins while it handles the event.
     for (std::size_t i = m_plugins.size(); i-- > 0;) {
         if (i >= m_plugins.size() || !m_plugins[i].enabled) {
             continue;
         }
         SPDrawingObject const widget = m_plugins[i].widget;
-        if (!widget->Interact(this, event)) {
+        if (!widget->Interact(this, located)) {
             continue;
         }
         // The one that consumed the latest event is asked first next time.

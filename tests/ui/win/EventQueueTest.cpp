@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -56,6 +57,28 @@ struct EventQueue : testing::Test {
     std::vector<std::string> log;
     CWindowNullCore manager{Params()};
 };
+
+TEST_F(EventQueue, PluginsAreToldThePositionInTheirOwnFrame) {
+    struct Locator : CWidget {
+        bool Interact(CWindowCoreManager*, Event const& event) override {
+            seen = event;
+            return true;
+        }
+        Event seen;
+    };
+    auto const plugin = boost::make_shared<Locator>();
+    manager.InsertPlugin(plugin, true);
+    Event event = Make(EventMotion);
+    event.screenX = 75;
+    event.screenY = 25;
+    event.worldX = 7; // of a layer that was asked before
+    EXPECT_TRUE(manager.Interact(event));
+    Event const& seen = plugin->seen;
+    EXPECT_EQ(std::make_pair(seen.worldX, seen.worldY), std::make_pair(75.0F, 25.0F));
+    EXPECT_EQ(std::make_pair(seen.localX, seen.localY), std::make_pair(75.0F, 25.0F));
+    EXPECT_EQ(std::make_pair(seen.deviceX, seen.deviceY), std::make_pair(0.5F, 0.5F));
+    EXPECT_EQ(event.worldX, 7) << "the event itself goes on as it came";
+}
 
 TEST_F(EventQueue, MaskIsABitIntersection) {
     EXPECT_FALSE(manager.PushEvent(Make(EventKey))) << "nothing is queued at first";
