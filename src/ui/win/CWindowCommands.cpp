@@ -53,44 +53,49 @@ void CWndCommand_SetWindowShape::Execute(CWindowCoreManager* manager) {
     manager->SetWindowShape(m_mask.get(), m_stride, m_height);
 }
 
-void CWndQuery::Execute(CWindowCoreManager* manager) {
-    boost::lock_guard<boost::mutex> const lock(m_mutex);
-    if (m_open) {
-        Answer(manager);
-        m_open = false;
-    }
-}
-
 void CWndQuery::Close() {
     boost::lock_guard<boost::mutex> const lock(m_mutex);
     m_open = false;
 }
 
-void CWndCommand_GetTitle::Answer(CWindowCoreManager* manager) {
-    title = manager->Title();
+void CWndCommand_GetTitle::Execute(CWindowCoreManager* manager) {
+    Answer([&] { title = manager->Title(); });
 }
 
-void CWndCommand_GetPosition::Answer(CWindowCoreManager* manager) {
-    x = manager->X();
-    y = manager->Y();
+void CWndCommand_GetPosition::Execute(CWindowCoreManager* manager) {
+    Answer([&] {
+        x = manager->X();
+        y = manager->Y();
+    });
 }
 
-void CWndCommand_GetSize::Answer(CWindowCoreManager* manager) {
-    *m_width = manager->Width();
-    *m_height = manager->Height();
+void CWndCommand_GetSize::Execute(CWindowCoreManager* manager) {
+    Answer([&] {
+        *m_width = manager->Width();
+        *m_height = manager->Height();
+    });
 }
 
-void CWndCommand_GetScreenGeometry::Answer(CWindowCoreManager* manager) {
-    success = manager->GetScreenGeometry(&geometry);
+void CWndCommand_GetScreenGeometry::Execute(CWindowCoreManager* manager) {
+    ScreenGeometry screen;
+    bool const known = manager->GetScreenGeometry(&screen);
+    Answer([&] {
+        success = known;
+        geometry = screen;
+    });
 }
 
-void CWndCommand_GetColorUnderMouse::Answer(CWindowCoreManager* manager) {
-    manager->GetHighlightColor(m_colour);
+void CWndCommand_GetColorUnderMouse::Execute(CWindowCoreManager* manager) {
+    cimage::TRGBA<unsigned char> colour;
+    if (manager->GetHighlightColor(&colour)) {
+        Answer([&] { *m_colour = colour; });
+    }
 }
 
-void CWndCommand_GrabImage::Answer(CWindowCoreManager* manager) {
-    image = boost::make_shared<CImageRGB>(manager->Width(), manager->Height());
-    manager->GetImage(*image);
+void CWndCommand_GrabImage::Execute(CWindowCoreManager* manager) {
+    auto const picture = boost::make_shared<CImageRGB>(manager->Width(), manager->Height());
+    manager->GetImage(*picture);
+    Answer([&] { image = picture; });
 }
 
 } // namespace ui::win

@@ -105,12 +105,20 @@ private:
 /// the sender's variables.
 class CWndQuery : public CWindowCommand {
 public:
-    void Execute(CWindowCoreManager* manager) final;
     /// Ends the time in which answers are taken; the sender calls it before it goes on.
     void Close();
 
 protected:
-    virtual void Answer(CWindowCoreManager* manager) = 0;
+    /// Calls a function that writes the answer, unless there is one or the sender went on. What
+    /// takes long or calls out is done before, so that no lock is held meanwhile.
+    template <class Write>
+    void Answer(Write const& write) {
+        boost::lock_guard<boost::mutex> const lock(m_mutex);
+        if (m_open) {
+            write();
+            m_open = false;
+        }
+    }
 
 private:
     boost::mutex m_mutex;
@@ -120,9 +128,7 @@ private:
 class CWndCommand_GetTitle : public CWndQuery {
 public:
     std::string title;
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 };
 
 /// Writes whether bits of the window-state word are set through the sender's pointer.
@@ -130,10 +136,8 @@ template <std::uint32_t Bits>
 class CWndStateQuery : public CWndQuery {
 public:
     explicit CWndStateQuery(bool* answer) : m_answer(answer) {}
-
-protected:
-    void Answer(CWindowCoreManager* manager) override {
-        *m_answer = (manager->Flags() & Bits) != 0;
+    void Execute(CWindowCoreManager* manager) override {
+        Answer([&] { *m_answer = (manager->Flags() & Bits) != 0; });
     }
 
 private:
@@ -147,17 +151,13 @@ class CWndCommand_GetPosition : public CWndQuery {
 public:
     int x = 0;
     int y = 0;
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 };
 
 class CWndCommand_GetSize : public CWndQuery {
 public:
     CWndCommand_GetSize(unsigned* width, unsigned* height) : m_width(width), m_height(height) {}
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 
 private:
     unsigned* m_width;
@@ -168,18 +168,14 @@ class CWndCommand_GetScreenGeometry : public CWndQuery {
 public:
     bool success = false;
     ScreenGeometry geometry;
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 };
 
 class CWndCommand_GetColorUnderMouse : public CWndQuery {
 public:
     explicit CWndCommand_GetColorUnderMouse(cimage::TRGBA<unsigned char>* colour)
         : m_colour(colour) {}
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 
 private:
     cimage::TRGBA<unsigned char>* m_colour;
@@ -189,9 +185,7 @@ class CWndCommand_GrabImage : public CWndQuery {
 public:
     /// An image of the window's size; black when the backend has no frame.
     boost::shared_ptr<CImageRGB> image;
-
-protected:
-    void Answer(CWindowCoreManager* manager) override;
+    void Execute(CWindowCoreManager* manager) override;
 };
 
 } // namespace ui::win
