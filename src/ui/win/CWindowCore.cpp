@@ -269,22 +269,39 @@ bool CWindowCore::IsPointInFront(math::Point3<float> const& world) {
 
 template <class T>
 math::Point2<T> CWindowCore::WindowToScreen(math::Point3<float> const& world) {
+    math::Point2<T> screen;
+    WindowToScreen(&world, 1, &screen);
+    return screen;
+}
+
+template <class T>
+void CWindowCore::WindowToScreen(
+    math::Point3<float> const* world, std::size_t count, math::Point2<T>* screen) {
     math::TMatrix<double, 3, 4> m;
     GetWorldToPixelMatrix(m);
-    double p[3];
-    for (int i = 0; i < 3; ++i) {
-        p[i] = m(i, 0) * world.x + m(i, 1) * world.y + m(i, 2) * world.z + m(i, 3);
+    constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
+    for (std::size_t i = 0; i < count; ++i) {
+        double const x = world[i].x;
+        double const y = world[i].y;
+        double const z = world[i].z;
+        double const u = m(0, 0) * x + m(0, 1) * y + m(0, 2) * z + m(0, 3);
+        double const v = m(1, 0) * x + m(1, 1) * y + m(1, 2) * z + m(1, 3);
+        double const w = m(2, 0) * x + m(2, 1) * y + m(2, 2) * z + m(2, 3);
+        bool const inFront = w > 0;
+        screen[i] = {
+            ToScreen<T>(inFront ? u / w : nowhere), ToScreen<T>(inFront ? v / w : nowhere)};
     }
-    if (!(p[2] > 0)) {
-        double const nowhere = std::numeric_limits<double>::quiet_NaN();
-        return {ToScreen<T>(nowhere), ToScreen<T>(nowhere)};
-    }
-    return {ToScreen<T>(p[0] / p[2]), ToScreen<T>(p[1] / p[2])};
 }
 
 template math::Point2<double> CWindowCore::WindowToScreen<double>(math::Point3<float> const&);
 template math::Point2<float> CWindowCore::WindowToScreen<float>(math::Point3<float> const&);
 template math::Point2<int> CWindowCore::WindowToScreen<int>(math::Point3<float> const&);
+template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<double>*);
+template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<float>*);
+template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<int>*);
 
 void CWindowCore::GetProjectionMatrix(math::TMatrix<double, 3, 4>& matrix) {
     if (m_camera) {

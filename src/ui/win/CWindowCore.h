@@ -16,6 +16,7 @@
 
 #include <sys/time.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -174,6 +175,10 @@ public:
     /// Points that have no place (behind the camera, not numbers) give NaN, or INT_MIN.
     template <class T>
     math::Point2<T> WindowToScreen(math::Point3<float> const& world);
+    /// The same for `count` points at once, which asks the camera only once.
+    template <class T>
+    void
+    WindowToScreen(math::Point3<float> const* world, std::size_t count, math::Point2<T>* screen);
 
     /// World to normalised device coordinates as the camera tells; without one, as the mode does.
     void GetProjectionMatrix(math::TMatrix<double, 3, 4>& matrix);
@@ -261,5 +266,11 @@ extern template math::Point2<double>
 CWindowCore::WindowToScreen<double>(math::Point3<float> const&);
 extern template math::Point2<float> CWindowCore::WindowToScreen<float>(math::Point3<float> const&);
 extern template math::Point2<int> CWindowCore::WindowToScreen<int>(math::Point3<float> const&);
+extern template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<double>*);
+extern template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<float>*);
+extern template void
+CWindowCore::WindowToScreen(math::Point3<float> const*, std::size_t, math::Point2<int>*);
 
 } // namespace ui::win

@@ -148,6 +148,12 @@ TEST(DrawingCore, WorldPointsLandOnTheScreen) {
     EXPECT_EQ(core.WindowToScreen<double>({-3.5F, 7.25F, 9}), math::Point2<double>(-3.5, 7.25));
     EXPECT_EQ(core.WindowToScreen<int>({-3.5F, 7.25F, 9}), math::Point2<int>(-4, 7));
     EXPECT_EQ(core.WindowToScreen<int>({NAN, 0, 0}).x, INT_MIN);
+    math::Point3<float> const world[] = {{-3.5F, 7.25F, 9}, {NAN, 0, 0}, {1, 2, 3}};
+    math::Point2<float> screen[3];
+    core.WindowToScreen(world, 3, screen);
+    EXPECT_EQ(screen[0], math::Point2<float>(-3.5F, 7.25F));
+    EXPECT_TRUE(std::isnan(screen[1].x) && std::isnan(screen[1].y));
+    EXPECT_EQ(screen[2], math::Point2<float>(1, 2));
 }
 
 TEST(DrawingCore, TimersMoveAndEnd) {
