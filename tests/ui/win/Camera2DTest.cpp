@@ -1,4 +1,4 @@
-#include "ui/win/CWindowNullCore.h"
+#include "CameraHelpers.h"
 #include "ui/win/camera/CWindowCamera2D.h"
 #include "ui/win/camera/ViewMatrices.h"
 
@@ -11,33 +11,11 @@
 
 namespace {
 
+using namespace tests;
 using namespace ui::win;
 using Matrix = math::TMatrix<double, 3, 4>;
 
 constexpr double pi = 3.14159265358979323846;
-
-CreationParams Params(unsigned width, unsigned height) {
-    CreationParams params;
-    params.width = width;
-    params.height = height;
-    return params;
-}
-
-/// Counts refreshes; its window size can differ from its content size.
-class CountingManager : public CWindowNullCore {
-public:
-    using CWindowNullCore::CWindowNullCore;
-    bool Refresh(bool wait) override {
-        ++(wait ? waited : queued);
-        return true;
-    }
-    void WindowSize(unsigned width, unsigned height) {
-        m_width = width;
-        m_height = height;
-    }
-    int waited = 0;
-    int queued = 0;
-};
 
 math::Point2<double> ToDevice(CCamera2D& camera, CWindowCore& core, double x, double y) {
     Matrix m;
@@ -45,16 +23,6 @@ math::Point2<double> ToDevice(CCamera2D& camera, CWindowCore& core, double x, do
     Eigen::Vector3d const p = m * Eigen::Vector4d(x, y, 123, 1);
     EXPECT_EQ(p.z(), 1);
     return {p.x(), p.y()};
-}
-
-Event At(std::uint32_t type, float x, float y, std::uint32_t button = 0, std::uint32_t state = 0) {
-    Event event;
-    event.type = type;
-    event.button = button;
-    event.state = state;
-    event.deviceX = x;
-    event.deviceY = y;
-    return event;
 }
 
 #define EXPECT_POINT(p, px, py)                                                                    \
@@ -65,7 +33,7 @@ Event At(std::uint32_t type, float x, float y, std::uint32_t button = 0, std::ui
     } while (false)
 
 TEST(Camera2D, MapsTheViewOntoTheWindow) {
-    CountingManager core(Params(640, 480));
+    CountingManager core(640, 480);
     CCamera2D camera(0, 0, 640, 480, 0);
     EXPECT_POINT(ToDevice(camera, core, 0, 0), -1, 1);
     EXPECT_POINT(ToDevice(camera, core, 640, 480), 1, -1);
@@ -82,7 +50,7 @@ TEST(Camera2D, MapsTheViewOntoTheWindow) {
 }
 
 TEST(Camera2D, ZoomsAndTurnsAboutTheCentre) {
-    CountingManager core(Params(200, 100));
+    CountingManager core(200, 100);
     CCamera2D camera(0, 0, 200, 100, pi / 2);
     EXPECT_POINT(ToDevice(camera, core, 100, 50), 0, 0);
     camera.SetZoom(2);
@@ -97,7 +65,7 @@ TEST(Camera2D, ZoomsAndTurnsAboutTheCentre) {
 }
 
 TEST(Camera2D, RestInverseKeepsItsThirdRowZero) {
-    CountingManager core(Params(640, 480));
+    CountingManager core(640, 480);
     CCamera2D camera(10, 20, 110, 220, 0.5);
     camera.SetZoom(3);
     Matrix m;
@@ -116,7 +84,7 @@ TEST(Camera2D, RestInverseKeepsItsThirdRowZero) {
 }
 
 TEST(Camera2D, DragKeepsTheGrabbedPointUnderThePointer) {
-    CountingManager core(Params(640, 480));
+    CountingManager core(640, 480);
     CCamera2D camera(0, 0, 640, 480, 0.3);
     camera.SetZoom(1.7);
     ToDevice(camera, core, 0, 0);
@@ -138,7 +106,7 @@ TEST(Camera2D, DragKeepsTheGrabbedPointUnderThePointer) {
 }
 
 TEST(Camera2D, LeavesOthersWhatIsTheirs) {
-    CountingManager core(Params(640, 480));
+    CountingManager core(640, 480);
     CCamera2D camera(0, 0, 640, 480, 0);
     Event disabled = At(EventPress, 0, 0, ButtonLeft);
     disabled.enabled = 0;
@@ -158,7 +126,7 @@ TEST(Camera2D, LeavesOthersWhatIsTheirs) {
 }
 
 TEST(Camera2D, WheelZoomsThereAndBackAboutThePointer) {
-    CountingManager core(Params(640, 480));
+    CountingManager core(640, 480);
     CCamera2D camera(0, 0, 640, 480, 0);
     ToDevice(camera, core, 0, 0);
     EXPECT_TRUE(camera.Interact(&core, At(EventPress, 0.5F, 0.5F, WheelForward)));
@@ -172,7 +140,7 @@ TEST(Camera2D, WheelZoomsThereAndBackAboutThePointer) {
 }
 
 TEST(Camera2D, ViewPortIsFormedInSinglePrecision) {
-    CountingManager core(Params(333, 77));
+    CountingManager core(333, 77);
     CCamera2D camera;
     camera.SetViewPort(0.1F, 0.3F, 0.7F, 0.9F, true);
     double const* part = camera.GetViewPort(&core);
