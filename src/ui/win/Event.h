@@ -12,6 +12,7 @@ enum CWindowEvents_ID : std::uint32_t {
     EventPress = 4,         ///< button pressed; Event::button tells which
     EventRelease = 8,       ///< button released; Event::button tells which
     EventCaptureLost = 16,  ///< told to a widget that loses the input capture
+    EventWindow = 32,       ///< of the window itself; Event::key tells which (WindowEvent)
     EventPositionless = 64, ///< reaches a layer's drawables whatever the pointer's position
     EventObject = 128       ///< PushObjectEvent; Event::key holds the object's identifier
 };
@@ -22,10 +23,22 @@ enum EventButton : std::uint32_t {
     ButtonRight = 2,
     ButtonMiddle = 4,
     WheelForward = 8,
-    WheelBack = 16
+    WheelBack = 16,
+    ButtonBack = 32, ///< the further buttons at the side of a mouse
+    ButtonForward = 64
 };
 
-/// Bits of Event::state: held buttons (1 first, 2 second, 4 third) and modifier keys.
+/// What happened to a window (Event::key of an EventWindow).
+enum WindowEvent : std::uint32_t {
+    WindowClosed = 1,  ///< the user closed it: it is hidden, and can be shown again
+    WindowResized,     ///< by the user, or by the screen
+    WindowFocusGained, ///< keys come here
+    WindowFocusLost,
+    WindowPointerLeft, ///< the pointer is outside
+    WindowDisplayLost  ///< nothing is shown and no input comes any more; the window goes on
+};
+
+/// Bits of Event::state: held buttons (their ButtonLeft, ButtonRight ... codes) and modifier keys.
 enum EventState : std::uint32_t { StateShift = 0x1000, StateCtrl = 0x2000 };
 
 /// One input event. A plain record of 72 bytes, copied by value into and out of queues.
