@@ -184,6 +184,9 @@ public:
     bool IsVisible(bool visible = false);
     bool GetScreenGeometry(ScreenGeometry& geometry);
     bool GetColorUnderMouse(Colour* colour, int index = 0);
+    /// What the topmost image stores where it is shown at window pixel (x, y).
+    /// @return false where no image is, or when the backend cannot tell
+    bool GetImageCounts(int x, int y, ImageCounts& counts, int index = 0);
     /// The backend's present frame. @throws std::runtime_error when the command cannot be sent
     boost::shared_ptr<CImageRGB> GrabImage(int index = 0);
     bool IsIconic() const { return false; }
@@ -275,6 +278,15 @@ public:
     bool SetTheme(Theme const& theme);
     bool EnableZBuffer(double zNear, double zFar);
     bool DisableZBuffer();
+    /// The counts of one-channel images (grey and mosaics of any depth) that are shown darkest and
+    /// brightest. Images are not changed by it, and GetImageCounts() tells what they store.
+    bool SetImageRange(double low, double high);
+    /// The same with percentiles (0..100) of each image's own counts.
+    bool SetAutoImageRange(double lowPercentile = 0.5, double highPercentile = 99.5);
+    /// Back to the whole range of the pixel type.
+    bool ResetImageRange();
+    /// The colours that one-channel images are shown in.
+    bool SetColorMap(ColorMap map);
     /// @}
 
     /// @name Images (CWindow_Images.cpp; all true)

@@ -92,6 +92,15 @@ void CWndCommand_GetColorUnderMouse::Execute(CWindowCoreManager* manager) {
     }
 }
 
+void CWndCommand_GetImageCounts::Execute(CWindowCoreManager* manager) {
+    ImageCounts stored;
+    bool const found = manager->GetImageCounts(m_x, m_y, stored);
+    Answer([&] {
+        success = found;
+        counts = stored;
+    });
+}
+
 void CWndCommand_GrabImage::Execute(CWindowCoreManager* manager) {
     auto const picture = boost::make_shared<CImageRGB>(manager->Width(), manager->Height());
     manager->GetImage(*picture);

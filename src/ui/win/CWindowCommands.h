@@ -181,6 +181,18 @@ private:
     cimage::TRGBA<unsigned char>* m_colour;
 };
 
+class CWndCommand_GetImageCounts : public CWndQuery {
+public:
+    CWndCommand_GetImageCounts(int x, int y) : m_x(x), m_y(y) {}
+    bool success = false;
+    ImageCounts counts;
+    void Execute(CWindowCoreManager* manager) override;
+
+private:
+    int m_x;
+    int m_y;
+};
+
 class CWndCommand_GrabImage : public CWndQuery {
 public:
     /// An image of the window's size; black when the backend has no frame.

@@ -61,6 +61,8 @@ void CWindowCore::ResetDrawingState(boost::shared_ptr<CCamera> const& camera) {
     m_camera = camera;
     m_translation = {0, 0};
     m_blend = BlendOpaque;
+    m_imageRange = ImageRange();
+    m_colorMap = ColorMapOff;
     m_fontName = defaultFontName;
     m_horizontalAlign = AlignLeft;
     m_verticalAlign = AlignTop;
@@ -242,6 +244,20 @@ boost::property_tree::ptree const* CWindowCore::getLastDrawnImageMetadata() {
 
 void CWindowCore::setLastDrawnImageMetadata(boost::property_tree::ptree const* metadata) {
     m_lastImageMetadata = metadata;
+}
+
+bool CWindowCore::SetImageRange(ImageRange const& range) {
+    m_imageRange = range;
+    return true;
+}
+
+bool CWindowCore::SetColorMap(ColorMap map) {
+    m_colorMap = map;
+    return true;
+}
+
+bool CWindowCore::GetImageCounts(int, int, ImageCounts&) {
+    return false;
 }
 
 void CWindowCore::SetTextAlign(_TextAlign_t horizontal, _TextAlign_t vertical) {

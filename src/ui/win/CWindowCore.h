@@ -157,6 +157,15 @@ public:
     virtual boost::property_tree::ptree const* getLastDrawnImageMetadata();
     virtual void setLastDrawnImageMetadata(boost::property_tree::ptree const* metadata);
 
+    /// Shows the counts of one-channel images bound later between a low and a high one. The images
+    /// are not changed. @return true
+    virtual bool SetImageRange(ImageRange const& range);
+    /// Shows one-channel images bound later in the colours of a map. @return true
+    virtual bool SetColorMap(ColorMap map);
+    /// Copies out what the topmost image of the last picture stores where it covers window pixel
+    /// (x, y). @return false, changing nothing, where no image is
+    virtual bool GetImageCounts(int x, int y, ImageCounts& counts);
+
     std::string const& GetFontName() const { return m_fontName; }
     void SetTheme(Theme const& theme) { m_theme = theme; }
     Theme const& GetTheme() const { return m_theme; }
@@ -196,6 +205,8 @@ public:
     CWindowViewPort const& GetViewPort() const { return m_viewPort; }
     boost::shared_ptr<CCamera> const& GetCamera() const { return m_camera; }
     _BlendType_t GetBlend() const { return m_blend; }
+    ImageRange const& GetImageRange() const { return m_imageRange; }
+    ColorMap GetColorMap() const { return m_colorMap; }
     math::Point2<double> const& Translation() const { return m_translation; }
     double DepthNear() const { return m_depthNear; }
     double DepthFar() const { return m_depthFar; }
@@ -250,6 +261,8 @@ private:
     double m_depthNear = 0;
     double m_depthFar = 0;
     _BlendType_t m_blend = BlendOpaque;
+    ImageRange m_imageRange;
+    ColorMap m_colorMap = ColorMapOff;
     std::string m_fontName;
     Theme m_theme;
     _TextAlign_t m_horizontalAlign = AlignLeft;

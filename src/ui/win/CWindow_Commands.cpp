@@ -124,6 +124,15 @@ bool CWindow::GetColorUnderMouse(Colour* colour, int index) {
         boost::make_shared<CWndCommand_GetColorUnderMouse>(colour), index, BOOST_CURRENT_FUNCTION);
 }
 
+bool CWindow::GetImageCounts(int x, int y, ImageCounts& counts, int index) {
+    auto const query = boost::make_shared<CWndCommand_GetImageCounts>(x, y);
+    if (!Ask(query, index, BOOST_CURRENT_FUNCTION) || !query->success) {
+        return false;
+    }
+    counts = query->counts;
+    return true;
+}
+
 boost::shared_ptr<CImageRGB> CWindow::GrabImage(int index) {
     auto const query = boost::make_shared<CWndCommand_GrabImage>();
     QueryTime const time(*query);

@@ -270,4 +270,21 @@ bool CWindow::DisableZBuffer() {
     return Emplace<win::DisableZBuffer>();
 }
 
+bool CWindow::SetImageRange(double low, double high) {
+    return Emplace<win::SetImageRange>(ImageRange{ImageRange::Counts, low, high});
+}
+
+bool CWindow::SetAutoImageRange(double lowPercentile, double highPercentile) {
+    return Emplace<win::SetImageRange>(
+        ImageRange{ImageRange::Percentiles, lowPercentile, highPercentile});
+}
+
+bool CWindow::ResetImageRange() {
+    return Emplace<win::SetImageRange>(ImageRange());
+}
+
+bool CWindow::SetColorMap(ColorMap map) {
+    return Emplace<win::SetColorMap>(map);
+}
+
 } // namespace ui::win

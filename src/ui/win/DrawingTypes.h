@@ -50,6 +50,36 @@ enum _TextAlign_t : std::int32_t { AlignLeft = 0, AlignCentre = 1, AlignRight = 
 constexpr _TextAlign_t AlignTop = AlignLeft;
 constexpr _TextAlign_t AlignBaseline = AlignRight;
 
+/// The colours that counts of one-channel images are shown in, from the low count to the high one.
+enum ColorMap : std::int32_t {
+    ColorMapOff = 0,      ///< grey, by the image library's own conversion
+    ColorMapGrey = 1,     ///< black to white
+    ColorMapInverted = 2, ///< white to black
+    ColorMapJet = 3,      ///< dark blue, cyan, yellow, dark red
+    ColorMapViridis = 4   ///< violet, green, yellow: brightness and hue rise evenly
+};
+
+/// The counts of one-channel images that are shown darkest and brightest (window and level):
+/// counts beyond them are cut off, those between are spread evenly.
+struct ImageRange {
+    enum Kind : std::int32_t {
+        Off = 0,        ///< the whole range of the pixel type
+        Counts = 1,     ///< low and high are counts; low above high turns the colours around
+        Percentiles = 2 ///< low and high are percentiles (0..100) of the image's own counts
+    };
+    Kind kind = Off;
+    double low = 0;
+    double high = 0;
+};
+
+/// What an image stores at one of its pixels, whatever it is shown as.
+struct ImageCounts {
+    unsigned x = 0; ///< pixel of the image, counted from its first one
+    unsigned y = 0;
+    unsigned channels = 0;                ///< 1 grey or mosaic, 3 red green blue, 4 with alpha
+    std::array<std::int32_t, 4> values{}; ///< in the order of TRGBA
+};
+
 /// The colours of frames, buttons and menus, used by position.
 struct Theme {
     std::array<cimage::TRGBA<unsigned char>, 6> colors = {{

@@ -46,6 +46,9 @@ using SetTheme = CoreOperation<&CWindowCore::SetTheme, Theme>;
 using EnableZBuffer = CoreOperation<&CWindowCore::EnableZBuffer, double, double>;
 using DisableZBuffer = CoreOperation<&CWindowCore::DisableZBuffer>;
 
+using SetImageRange = CoreOperation<&CWindowCore::SetImageRange, ImageRange>;
+using SetColorMap = CoreOperation<&CWindowCore::SetColorMap, ColorMap>;
+
 class SetLineWidth : public CoreOperation<&CWindowCore::SetLineWidth, float> {
 public:
     explicit SetLineWidth(double width) : CoreOperation(static_cast<float>(width)) {}
