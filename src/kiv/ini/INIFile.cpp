@@ -91,6 +91,10 @@ void INIFile::Set(std::string const& key, std::string const& text) {
     m_document->Set(*m_section, key, text);
 }
 
+void INIFile::RequireKey(std::string const& key) const {
+    detail::Document::RequireKey(*m_section, key);
+}
+
 bool INIFile::Erase(std::string const& key) {
     return m_document->Erase(*m_section, key);
 }

@@ -101,9 +101,11 @@ public:
 
     /// Sets a key's text. An existing line keeps its place and its spacing, a new one goes behind
     /// the section's last key. Text that would not be read back as it is gets quoted.
+    /// @throws std::runtime_error as RequireKey()
+    void Set(std::string const& key, std::string const& text);
     /// @throws std::runtime_error for a key that no line can hold: one with '=' or a line end in
     ///     it, one that starts or ends with a blank, one that starts like a comment or a header
-    void Set(std::string const& key, std::string const& text);
+    void RequireKey(std::string const& key) const;
     /// Removes every line of the key. @return whether there was one
     bool Erase(std::string const& key);
 

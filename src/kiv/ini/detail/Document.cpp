@@ -343,6 +343,12 @@ void Document::EndLine(Block& block, std::size_t behind) const {
     Replace(*block.section, line, std::string(line.text) + (halfEnded ? "\n" : m_lineEnd));
 }
 
+void Document::RequireKey(Section const& section, std::string const& key) {
+    if (!CanBeKey(key) && section.keys.count(key) == 0) {
+        throw std::runtime_error("`" + key + "' cannot be a key of an INI file");
+    }
+}
+
 void Document::Set(Section& section, std::string const& key, std::string const& text) {
     auto const known = section.keys.find(key);
     if (known != section.keys.end()) {
@@ -357,9 +363,7 @@ void Document::Set(Section& section, std::string const& key, std::string const& 
         }
         return;
     }
-    if (!CanBeKey(key)) {
-        throw std::runtime_error("`" + key + "' cannot be a key of an INI file");
-    }
+    RequireKey(section, key);
     std::string const start = key.empty() ? "=" : key + " =";
     std::string const encoded = Encode(text);
     Block& block = section.blocks.empty() ? AppendNew(section) : *section.blocks.back();

@@ -66,6 +66,7 @@ public:
     std::vector<std::string> Names() const;
     static std::vector<std::string> Keys(Section const& section);
     static std::optional<std::string> Find(Section const& section, std::string const& key);
+    static void RequireKey(Section const& section, std::string const& key);
     void Set(Section& section, std::string const& key, std::string const& text);
     bool Erase(Section& section, std::string const& key);
 

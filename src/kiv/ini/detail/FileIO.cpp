@@ -60,11 +60,19 @@ bool WriteAll(int fd, std::string const& content) {
     return true;
 }
 
-// The file that a chain of symbolic links ends at, so that a save replaces that and not the link.
+// The file that a chain of symbolic links ends at, there or not, so that a save makes or replaces
+// that and not the link.
 std::filesystem::path Target(std::string const& path) {
+    constexpr int kLongestChain = 40; // as the system's own
+    std::filesystem::path target = path;
     std::error_code error;
-    std::filesystem::path const target = std::filesystem::canonical(path, error);
-    return error ? std::filesystem::path(path) : target;
+    for (int links = 0; std::filesystem::is_symlink(target, error); ++links) {
+        if (links == kLongestChain) {
+            Fail("Cannot write", path, ELOOP);
+        }
+        target = target.parent_path() / std::filesystem::read_symlink(target);
+    }
+    return target;
 }
 
 int OpenNew(std::filesystem::path const& folder, std::filesystem::path& name) {
