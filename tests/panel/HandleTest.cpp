@@ -165,7 +165,12 @@ TEST(Base, HandlesShareOneVariable) {
         EXPECT_EQ(Count(watch), 6U);
     }
     EXPECT_EQ(Count(watch), 2U);
-    EXPECT_THROW(a.GetValue<std::string>(), std::runtime_error);
+    try {
+        a.GetValue<std::string>();
+        ADD_FAILURE() << "a value out of nothing";
+    } catch (std::runtime_error const& error) {
+        EXPECT_STREQ(error.what(), "Invalid widget value");
+    }
     EXPECT_TRUE(a.GetValue<boost::any>().empty());
     EXPECT_FALSE(a.Update());
 }

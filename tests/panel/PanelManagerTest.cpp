@@ -1,5 +1,6 @@
 #include "ui/panel/PanelManager.h"
 
+#include "support/OutputFolder.h"
 #include "tests/panel/RecordingListener.h"
 #include "ui/panel/Value.h"
 
@@ -7,9 +8,17 @@
 
 #include <deque>
 #include <functional>
+#include <limits>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+
+enum class Mode { Nameless, Known };
+
+template <>
+struct ui::var::EnumNames<Mode> {
+    static constexpr std::pair<Mode, char const*> values[] = {{Mode::Known, "KNOWN"}};
+};
 
 namespace {
 
@@ -80,9 +89,14 @@ TEST_F(PanelManagerTest, GuidsAreNeverUsedAgain) {
     EXPECT_FALSE(Lives(1));
     EXPECT_TRUE(manager.Release(2));
     EXPECT_EQ(Make(), 3);
-    manager.Widget(7); // a number of the application's own
-    EXPECT_EQ(Count(7), 0U);
-    EXPECT_EQ(Make(), 8);
+    // Numbers of the application's own are left out.
+    widget_guid_t const last = std::numeric_limits<widget_guid_t>::max();
+    for (widget_guid_t const chosen : {last, 5L, 4L, 2L, -7L}) {
+        EXPECT_EQ(manager.Widget(chosen).references, 0U);
+    }
+    manager.Release(5);
+    EXPECT_EQ(Make(), 6);
+    EXPECT_EQ(Make(), 7);
 }
 
 TEST_F(PanelManagerTest, UnknownGuidsAreRefusedWithTheirTexts) {
@@ -166,6 +180,29 @@ TEST_F(PanelManagerTest, AttachMovesAWidgetAndRefusesCircles) {
     manager.Release(second);
     EXPECT_EQ(manager.Parent(child), null_guid);
     EXPECT_EQ(Count(child), 1U);
+    // One that was given up too often has nothing left to take along.
+    widget_guid_t const third = Make();
+    manager.Attach(first, child);
+    manager.AddRef(child, -4, 0);
+    manager.Attach(third, child);
+    EXPECT_EQ(Count(child), 0U);
+    manager.AddRef(child, -1, 0);
+    EXPECT_EQ(Count(child), 0U);
+}
+
+TEST_F(PanelManagerTest, RecordsWithoutAReferenceHaveNoneToDropBelowThem) {
+    widget_guid_t const top = 20;
+    widget_guid_t const unowned = 21;
+    widget_guid_t const owned = Make();
+    manager.Widget(top);
+    manager.Widget(unowned);
+    manager.Attach(top, owned);
+    manager.Attach(top, unowned);
+    EXPECT_TRUE(manager.Release(top));
+    EXPECT_FALSE(Lives(top) || Lives(unowned));
+    ASSERT_TRUE(Lives(owned));
+    EXPECT_EQ(Count(owned), 1U);
+    EXPECT_EQ(manager.Parent(owned), null_guid);
 }
 
 TEST_F(PanelManagerTest, LinksHoldAReferenceUntilTheirOwnerDies) {
@@ -209,6 +246,17 @@ TEST_F(PanelManagerTest, LongChainsAndCirclesOfLinksDoNotHarm) {
     manager.Detach(b);
     EXPECT_TRUE(manager.Detach(a)) << "they keep each other";
     EXPECT_FALSE(Lives(a) || Lives(b));
+
+    widget_guid_t const c = Make();
+    widget_guid_t const d = Make();
+    widget_guid_t const e = Make();
+    manager.Ref(c, d);
+    manager.Link(d, c);
+    manager.Detach(c);
+    manager.Detach(d);
+    manager.Ref(c, e);
+    EXPECT_FALSE(Lives(c) || Lives(d)) << "the link that was let go kept both";
+    EXPECT_EQ(Count(e), 1U);
 }
 
 TEST_F(PanelManagerTest, ListenersTakeTheFirstFreeSlotOfThirtyTwo) {
@@ -287,7 +335,7 @@ TEST_F(PanelManagerTest, CloneCopiesTheTreeButNeitherBindingNorListeners) {
     widget_guid_t const panel = Make();
     widget_guid_t const value = MakeValue(1);
     widget_guid_t const target = Make();
-    manager.Widget(panel, "panel");
+    manager.Widget(panel).cls = "panel";
     manager.Attach(panel, value);
     manager.Link(value, target);
     manager.Bind(value, "K", &ini);
@@ -308,22 +356,80 @@ TEST_F(PanelManagerTest, CloneCopiesTheTreeButNeitherBindingNorListeners) {
     manager.Save(&ini, true);
     EXPECT_EQ(ini.Get("K", ""), "4") << "the copy is not bound";
     EXPECT_EQ(Count(manager.Clone(value, null_guid)), 0U);
+
+    manager.AddRef(target, -5, 0);
+    manager.Release(target); // behind the backs of those that link to it
+    widget_guid_t const later = manager.Clone(value, null_guid);
+    EXPECT_THAT(manager.Find(later).links, ElementsAre());
 }
 
 TEST_F(PanelManagerTest, BindWithoutDefaultWantsTheKey) {
+    tests::OutputFolder const folder;
     INIFile ini;
     ini.Node("S")->Set("K", "2");
     ini.Set("BAD", "abc");
+    ini.SaveAs(folder.Path("app.ini"));
+    std::string const missing = "`K' not found in " + folder.Path("app.ini");
     widget_guid_t const guid = MakeValue(1);
-    EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, "K", &ini); }), "`K' not found in ");
-    EXPECT_NE(ErrorOf([&] { manager.Bind(guid, "BAD", &ini); }), "nothing thrown");
-    EXPECT_NE(ErrorOf([&] { manager.Bind(guid, "K", nullptr); }), "nothing thrown");
+    EXPECT_EQ(
+        ErrorOf([&] { manager.Bind(guid, "BAD", &ini); }), "`abc' is not a value of its type");
+    EXPECT_EQ(
+        ErrorOf([&] { manager.Bind(guid, "K", nullptr); }), "Bind without a configuration file");
+    EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, "K", &ini); }), missing);
     EXPECT_EQ(Text(guid), "1");
+    manager.Save(&ini, false);
+    EXPECT_EQ(ini.Get("K", ""), "1") << "the binding stands";
+    EXPECT_EQ(ini.Get("BAD", ""), "abc");
     EXPECT_TRUE(manager.Bind(guid, "K", ini.Node("S")));
     EXPECT_EQ(Text(guid), "2");
     ini.Node("S")->Erase("K");
-    EXPECT_EQ(ErrorOf([&] { manager.Reload(&ini); }), "`K' not found in ");
+    EXPECT_EQ(ErrorOf([&] { manager.Reload(&ini); }), missing);
     EXPECT_EQ(Text(guid), "2");
+}
+
+TEST_F(PanelManagerTest, KeysThatNoFileCanHoldAreRefusedBeforeTheyAreBound) {
+    INIFile ini;
+    widget_guid_t const guid = MakeValue(1);
+    std::string const refusal = "`A=B' cannot be a key of an INI file";
+    EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, "A=B", &ini); }), refusal);
+    EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, "A=B", &ini, boost::any(2.0)); }), refusal);
+    EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, "A=B", &ini, std::string("2")); }), refusal);
+    EXPECT_EQ(Text(guid), "1");
+    manager.Save(&ini, true);
+    EXPECT_THAT(ini.Keys(), ElementsAre());
+}
+
+TEST_F(PanelManagerTest, OneValueThatCannotBeUsedKeepsNoOtherFromTheFile) {
+    INIFile ini;
+    widget_guid_t const guids[] = {MakeValue(1), MakeValue(2), MakeValue(3), MakeValue(4)};
+    for (int i = 0; i < 4; ++i) {
+        ini.Set("K" + std::to_string(i), std::to_string(i));
+        manager.Bind(guids[i], "K" + std::to_string(i), &ini);
+    }
+    ini.Set("K0", "5");
+    ini.Set("K1", "abc");
+    ini.Erase("K2");
+    ini.Set("K3", "6");
+    EXPECT_EQ(ErrorOf([&] { manager.Reload(&ini); }), "`abc' is not a value of its type");
+    EXPECT_EQ(Text(0) + Text(1) + Text(2) + Text(3), "5126");
+
+    manager.Bind(guids[0], nullptr);
+    manager.Bind(guids[1], new TypedValue<Mode>(Mode::Nameless));
+    manager.Set(guids[3], std::string("7"));
+    EXPECT_EQ(ErrorOf([&] { manager.Save(&ini, false); }), "Save failed: no serializer");
+    manager.Detach(guids[0]);
+    EXPECT_EQ(
+        ErrorOf([&] { manager.Save(&ini, false); }), "Save failed: the value of `K1' has no text");
+    EXPECT_EQ(ini.Get("K1", ""), "abc");
+    EXPECT_EQ(ini.Get("K2", "") + ini.Get("K3", ""), "27");
+}
+
+TEST_F(PanelManagerTest, TheSameSerializerMayBeBoundAgain) {
+    widget_guid_t const guid = Make();
+    auto* const serializer = new TypedValue<double>(3);
+    manager.Bind(guid, serializer);
+    EXPECT_TRUE(manager.Bind(guid, serializer));
+    EXPECT_EQ(Text(guid), "3");
 }
 
 TEST_F(PanelManagerTest, BindFallsBackToItsDefaultAndWritesIt) {
@@ -427,7 +533,7 @@ TEST_F(PanelManagerTest, CleanupDetachesEachOnceInOrder) {
 }
 
 TEST_F(PanelManagerTest, StreamsShowEveryWidget) {
-    manager.Widget(Make(), "slider");
+    manager.Widget(Make()).cls = "slider";
     manager.Attr(0, "b", "2");
     manager.Attr(0, "a", "it's");
     std::ostringstream address;

@@ -1,15 +1,17 @@
 #include "ui/panel/PanelManager.h"
 
 #include "kiv/Diagnostics.h"
+#include "kiv/ParseNumber.h"
 
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <typeinfo>
 
 template class kiv::Singleton<ui::detail::PanelManager>;
 
@@ -82,9 +84,8 @@ WidgetCore* PanelManager::Record(widget_guid_t guid) const {
 }
 
 WidgetCore& PanelManager::Insert(widget_guid_t guid, std::unique_ptr<WidgetCore> core) {
-    WidgetCore*& entry = m_index[guid]; // may fail, so it goes before the record is owned
-    entry = core.get();
-    m_widgets.insert(guid, std::move(core));
+    WidgetCore*& entry = m_index[guid]; // null first: should the insertion fail, there is no record
+    entry = m_widgets.insert(guid, std::move(core)).first->second;
     return *entry;
 }
 
@@ -97,16 +98,17 @@ WidgetCore& PanelManager::Required(widget_guid_t guid, char const* failure) cons
 }
 
 widget_guid_t PanelManager::CreateGUID(bool create) {
-    widget_guid_t guid = null_guid;
-    {
-        Lock const lock(m_counterMutex);
-        guid = m_counter++;
-    }
     if (create) {
         Lock const lock(m_mutex);
+        widget_guid_t const guid = CreateGUID(false);
         Insert(guid, std::make_unique<WidgetCore>());
+        return guid;
     }
-    return guid;
+    Lock const lock(m_counterMutex);
+    while (m_taken.erase(m_counter) != 0) {
+        ++m_counter;
+    }
+    return m_counter++;
 }
 
 WidgetCore& PanelManager::OnDemand(widget_guid_t guid) {
@@ -119,10 +121,9 @@ WidgetCore& PanelManager::OnDemand(widget_guid_t guid) {
     auto core = std::make_unique<WidgetCore>();
     core->references = 0;
     {
-        // A number that the application chose itself must not be given out again.
         Lock const lock(m_counterMutex);
-        if (guid >= m_counter && guid < std::numeric_limits<widget_guid_t>::max()) {
-            m_counter = guid + 1;
+        if (guid >= m_counter) {
+            m_taken.insert(guid);
         }
     }
     return Insert(guid, std::move(core));
@@ -133,11 +134,31 @@ WidgetCore& PanelManager::Widget(widget_guid_t guid) {
     return OnDemand(guid);
 }
 
-WidgetCore& PanelManager::Widget(widget_guid_t guid, std::string const& cls) {
+widget_guid_t PanelManager::Acquire(std::string const& cls, widget_guid_t guid) {
     Lock const lock(m_mutex);
+    if (guid == null_guid) {
+        guid = CreateGUID(false);
+    }
     WidgetCore& core = OnDemand(guid);
     core.cls = cls;
-    return core;
+    InternalAddRef(core, 1);
+    return guid;
+}
+
+widget_guid_t PanelManager::AcquireParent(widget_guid_t guid) {
+    Lock const lock(m_mutex);
+    widget_guid_t const parent = Parent(guid);
+    if (WidgetCore* const core = Record(parent)) {
+        InternalAddRef(*core, 1);
+    }
+    return parent;
+}
+
+widget_guid_t PanelManager::AcquireClone(widget_guid_t guid) {
+    Lock const lock(m_mutex);
+    widget_guid_t const clone = InternalClone(guid, null_guid);
+    InternalAddRef(*Record(clone), 1);
+    return clone;
 }
 
 WidgetCore& PanelManager::Find(widget_guid_t guid) const {
@@ -164,14 +185,17 @@ bool PanelManager::IsActive(widget_guid_t guid) const {
     return Required(guid, "IsActive: GUID not found").listeners != 0;
 }
 
-void PanelManager::InternalAddRef(WidgetCore& core, std::uint32_t n) const {
-    ForTree(core, [n](WidgetCore& widget) { widget.references += n; });
+// Counts that were given up too often, by Cleanup() for one, stay at 0.
+void PanelManager::InternalAddRef(WidgetCore& core, std::int64_t n) const {
+    ForTree(core, [n](WidgetCore& widget) {
+        std::int64_t const sum = std::max<std::int64_t>(widget.references + n, 0);
+        widget.references = static_cast<std::uint32_t>(sum);
+    });
 }
 
 void PanelManager::AddRef(widget_guid_t guid, int n, int /*depth*/) {
     Lock const lock(m_mutex);
-    WidgetCore& core = Required(guid, "AddRef on an unregistered GUID");
-    InternalAddRef(core, static_cast<std::uint32_t>(n));
+    InternalAddRef(Required(guid, "AddRef on an unregistered GUID"), n);
 }
 
 std::uint32_t PanelManager::RefCount(widget_guid_t guid) const {
@@ -215,15 +239,17 @@ bool PanelManager::InternalRelease(widget_guid_t guid, bool announce) {
 }
 
 // Drops one reference of a widget and of all below it. Of a widget that dies by it, first every
-// link is detached, then every child released. A stack in place of recursion: links and children
-// may form long chains. Records are destroyed last, those below before those above.
+// link is detached, then every child released; one that never had a reference has none to drop
+// below it either. A stack in place of recursion: links and children may form long chains. Records
+// are destroyed last, those below before those above.
 void PanelManager::ReleaseTree(widget_guid_t guid, bool announce) {
     struct Step {
         widget_guid_t guid;
         bool announce;
+        std::uint32_t references; // to be dropped: 1 or 0
     };
     std::vector<std::unique_ptr<WidgetCore>> dead;
-    std::vector<Step> pending{{guid, announce}};
+    std::vector<Step> pending{{guid, announce, 1}};
     while (!pending.empty()) {
         Step const step = pending.back();
         pending.pop_back();
@@ -231,21 +257,21 @@ void PanelManager::ReleaseTree(widget_guid_t guid, bool announce) {
         if (!core) {
             continue;
         }
-        bool const last = core->references <= 1;
+        std::uint32_t const dropped = std::min(core->references, step.references);
+        bool const last = core->references == dropped;
         if (last && step.announce) {
             Tell(core->listeners, [&](PanelListener& listener) { listener.OnDetach(step.guid); });
         }
+        core->references -= dropped;
         for (auto child = core->children.rbegin(); child != core->children.rend(); ++child) {
-            pending.push_back({*child, false});
+            pending.push_back({*child, false, dropped});
         }
-        if (!last) {
-            --core->references;
-            continue;
+        if (last) {
+            for (auto link = core->links.rbegin(); link != core->links.rend(); ++link) {
+                pending.push_back({*link, true, 1});
+            }
+            dead.push_back(Remove(step.guid));
         }
-        for (auto link = core->links.rbegin(); link != core->links.rend(); ++link) {
-            pending.push_back({*link, true});
-        }
-        dead.push_back(Remove(step.guid));
     }
     while (!dead.empty()) {
         dead.pop_back();
@@ -288,8 +314,7 @@ void PanelManager::Attach(widget_guid_t parent, widget_guid_t child) {
     InternalAttach(parent, core, child);
     if (WidgetCore* const old = Record(before)) {
         Erase(old->children, child);
-        std::uint32_t const n = old->references;
-        ForTree(core, [n](WidgetCore& widget) { widget.references -= n; });
+        InternalAddRef(core, -std::int64_t{old->references});
     }
 }
 
@@ -302,7 +327,10 @@ void PanelManager::Link(widget_guid_t guid, widget_guid_t target) {
 
 bool PanelManager::UnLink(widget_guid_t guid, widget_guid_t target) {
     Lock const lock(m_mutex);
-    WidgetCore& core = Required(guid, "UnLink: GUID not found");
+    return InternalUnLink(Required(guid, "UnLink: GUID not found"), target);
+}
+
+bool PanelManager::InternalUnLink(WidgetCore& core, widget_guid_t target) {
     auto const link = std::find(core.links.begin(), core.links.end(), target);
     if (link == core.links.end()) {
         return false;
@@ -312,8 +340,32 @@ bool PanelManager::UnLink(widget_guid_t guid, widget_guid_t target) {
     return true;
 }
 
+void PanelManager::Ref(widget_guid_t guid, widget_guid_t target) {
+    Lock const lock(m_mutex);
+    WidgetCore& core = Required(guid, "Ref: GUID not found");
+    auto const ref = core.attributes.find("ref");
+    bool const pointed = ref != core.attributes.end();
+    widget_guid_t before = null_guid;
+    if (pointed && !kiv::ParseNumber(ref->second, before)) {
+        throw boost::bad_lexical_cast(typeid(std::string), typeid(widget_guid_t));
+    }
+    // Both are held while the old link goes: that alone may keep either of them.
+    InternalAddRef(Required(target, "Ref: GUID not found"), 1);
+    InternalAddRef(core, 1);
+    if (pointed) {
+        InternalUnLink(core, before);
+    }
+    core.links.push_back(target); // with the reference that was taken above
+    InternalAttr(guid, core, "ref", std::to_string(target));
+    InternalRelease(guid, true);
+}
+
 widget_guid_t PanelManager::Clone(widget_guid_t guid, widget_guid_t parent) {
     Lock const lock(m_mutex);
+    return InternalClone(guid, parent);
+}
+
+widget_guid_t PanelManager::InternalClone(widget_guid_t guid, widget_guid_t parent) {
     Required(guid, "Clone: GUID not found");
     if (parent != null_guid) {
         Required(parent, "Clone: GUID not found");
@@ -337,9 +389,12 @@ widget_guid_t PanelManager::Clone(widget_guid_t guid, widget_guid_t parent) {
     }
     widget_guid_t const clone = copies.front().guid;
     for (Made& made : copies) {
-        for (widget_guid_t const link : made.core->links) {
+        std::vector<widget_guid_t> links;
+        links.swap(made.core->links);
+        for (widget_guid_t const link : links) {
             if (WidgetCore* const target = Record(link)) {
                 InternalAddRef(*target, 1);
+                made.core->links.push_back(link);
             }
         }
         Insert(made.guid, std::move(made.core));

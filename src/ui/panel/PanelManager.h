@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -46,13 +47,19 @@ public:
     PanelManager& operator=(PanelManager const&) = delete;
 
     /// @param create whether to make a record too, with one reference, which is the caller's
-    /// @return a GUID that was never in use: 0, 1, 2, ... May be called while the registry is
-    ///     locked when no record is wanted
+    /// @return a GUID that was never in use: 0, 1, 2, ... without those that applications chose
+    ///     themselves. May be called while the registry is locked when no record is wanted
     widget_guid_t CreateGUID(bool create);
     /// The record of a GUID, made on demand with no reference.
     WidgetCore& Widget(widget_guid_t guid);
-    /// As above, and gives the record its class text.
-    WidgetCore& Widget(widget_guid_t guid, std::string const& cls);
+
+    /// What handles are made from, each in one go, so that no other thread can take the widget down
+    /// in between: they take a reference on a widget and answer its GUID. The first one has the
+    /// record made where there is none, under a new GUID for null_guid, and gives it its class
+    /// text; the second one answers null_guid where there is no parent.
+    widget_guid_t Acquire(std::string const& cls, widget_guid_t guid);
+    widget_guid_t AcquireParent(widget_guid_t guid);
+    widget_guid_t AcquireClone(widget_guid_t guid);
 
     /// Puts a listener, borrowed, into the first free slot and makes it the current one.
     /// @return the slot
@@ -65,7 +72,7 @@ public:
     void Register(widget_guid_t guid, int listener);
     void UnRegister(widget_guid_t guid, int listener);
 
-    /// Adds n references to a widget and everything below it.
+    /// Adds n references to a widget and everything below it; a negative n takes back, down to 0.
     /// @param depth how deep in a tree the widget lies for the caller, 0 for a tree of its own;
     ///     the walk itself needs no bound and ignores it
     void AddRef(widget_guid_t guid, int n, int depth);
@@ -99,9 +106,13 @@ public:
     void Link(widget_guid_t guid, widget_guid_t target);
     /// Takes back one Link() and detaches the target. @return false when there was no such link
     bool UnLink(widget_guid_t guid, widget_guid_t target);
+    /// Points a widget at another one: links it in place of the one that the attribute "ref" names
+    /// and has the attribute name it.
+    /// @throws boost::bad_lexical_cast where "ref" holds no GUID
+    void Ref(widget_guid_t guid, widget_guid_t target);
     /// Copies a widget and everything below it into records of their own: class, attributes, flag,
-    /// value and links; neither visibility, listeners nor the binding to a file. The copy has no
-    /// reference but those of its parent.
+    /// value and links that hold; neither visibility, listeners nor the binding to a file. The copy
+    /// has no reference but those of its parent.
     /// @param parent what the copy is attached to, null_guid for nothing
     /// @return the copy's GUID
     widget_guid_t Clone(widget_guid_t guid, widget_guid_t parent);
@@ -118,12 +129,16 @@ public:
     /// Shows or hides a widget: all listeners are offered one that is shown, those of the mask
     /// hear of one that is hidden; the current listener alone while locked to it.
     void Show(widget_guid_t guid, bool visible);
+    /// @return the GUIDs of the widgets that are visible, in their order: what a front end that
+    ///     comes late has not been told
+    std::vector<widget_guid_t> Shown() const;
     void LockToCurListener();
     void UnLockToCurListener();
 
     /// Binds a value to a key of a file or section, which must outlive the binding, and loads it.
     /// @return false for an unknown GUID
-    /// @throws std::runtime_error for a missing key or text that is no value; the binding stands
+    /// @throws std::runtime_error for a missing key or text that is no value, the binding then
+    ///     stands; for a key that no file can hold
     bool Bind(widget_guid_t guid, std::string const& key, kiv::ini::INIFile* ini);
     /// As above; a missing key or text that is no value is reported on standard output and the
     /// default is taken instead and written into the file. A default that does not fit leaves the
@@ -168,9 +183,13 @@ public:
 
     /// Puts the text of every value that is bound to `ini` under its key there; the file itself is
     /// not written. With wholeFile, values bound to sections of the file are included.
+    /// @throws std::runtime_error for a widget without a value or a value without a text, once all
+    ///     others are there
     void Save(kiv::ini::INIFile* ini, bool wholeFile) const;
     /// Loads every value that is bound to the file or a section of it again and tells the
     /// listeners. The file itself is not read.
+    /// @throws std::runtime_error for a missing key or text that is no value, the first of them,
+    ///     once all others are loaded
     void Reload(kiv::ini::INIFile* ini);
 
     /// Call OnUpdate() or OnDataChanged() of the listeners that know the widget.
@@ -193,14 +212,20 @@ private:
     WidgetCore& OnDemand(widget_guid_t guid);
     template <class Visit>
     void ForTree(WidgetCore& root, Visit visit) const;
+    template <class Use>
+    void ForBound(kiv::ini::INIFile const& file, bool wholeFile, Use use) const;
     void SetMask(widget_guid_t guid, int listener, bool set);
     template <class Call>
     void Tell(std::uint32_t listeners, Call call) const;
-    void InternalAddRef(WidgetCore& core, std::uint32_t n) const;
+    void InternalAddRef(WidgetCore& core, std::int64_t n) const;
     bool InternalRelease(widget_guid_t guid, bool announce);
+    bool InternalUnLink(WidgetCore& core, widget_guid_t target);
+    widget_guid_t InternalClone(widget_guid_t guid, widget_guid_t parent);
     void InternalAttach(widget_guid_t parent, WidgetCore& core, widget_guid_t child);
     void ReleaseTree(widget_guid_t guid, bool announce);
     std::unique_ptr<WidgetCore> Remove(widget_guid_t guid);
+    void InternalAttr(
+        widget_guid_t guid, WidgetCore& core, std::string const& key, std::string const& value);
     void InternalShow(widget_guid_t guid, WidgetCore& core, bool visible);
     bool TellOfValue(
         widget_guid_t guid,
@@ -218,7 +243,9 @@ private:
     boost::mutex m_counterMutex; // may be taken while m_mutex is held, never the other way round
     std::size_t m_currentListener = 0;
     bool m_lockedToCurrent = false;
-    widget_guid_t m_counter = 0; // guarded by m_counterMutex
+    // Both guarded by m_counterMutex; the second has what applications chose beyond the counter.
+    widget_guid_t m_counter = 0;
+    std::set<widget_guid_t> m_taken;
 };
 
 template <class Use>

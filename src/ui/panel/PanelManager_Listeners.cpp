@@ -61,12 +61,17 @@ bool PanelManager::Attr(widget_guid_t guid, std::string const& key, std::string 
     if (!core) {
         return false;
     }
-    core->attributes[key] = value;
-    Tell(core->listeners, [&](PanelListener& listener) { listener.OnAttribute(guid, *core); });
-    if (key == "visible") {
-        InternalShow(guid, *core, value == "TRUE");
-    }
+    InternalAttr(guid, *core, key, value);
     return true;
+}
+
+void PanelManager::InternalAttr(
+    widget_guid_t guid, WidgetCore& core, std::string const& key, std::string const& value) {
+    core.attributes[key] = value;
+    Tell(core.listeners, [&](PanelListener& listener) { listener.OnAttribute(guid, core); });
+    if (key == "visible") {
+        InternalShow(guid, core, value == "TRUE");
+    }
 }
 
 std::string PanelManager::ReadAttr(widget_guid_t guid, std::string const& key) const {
@@ -99,6 +104,17 @@ bool PanelManager::HasAttr(
 void PanelManager::Show(widget_guid_t guid, bool visible) {
     Lock const lock(m_mutex);
     InternalShow(guid, Required(guid, "Show: GUID not found"), visible);
+}
+
+std::vector<widget_guid_t> PanelManager::Shown() const {
+    Lock const lock(m_mutex);
+    std::vector<widget_guid_t> guids;
+    for (auto const& widget : m_widgets) {
+        if (widget.second->visible) {
+            guids.push_back(widget.first);
+        }
+    }
+    return guids;
 }
 
 void PanelManager::InternalShow(widget_guid_t guid, WidgetCore& core, bool visible) {

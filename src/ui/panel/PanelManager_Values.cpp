@@ -4,6 +4,7 @@
 #include <boost/current_function.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <exception>
 #include <stdexcept>
 
 namespace ui::detail {
@@ -43,7 +44,8 @@ WidgetCore*
 PanelManager::BindKey(widget_guid_t guid, std::string const& key, kiv::ini::INIFile* ini) const {
     WidgetCore* const core = Record(guid);
     if (core) {
-        core->ini = &RequiredFile(ini, "Bind");
+        RequiredFile(ini, "Bind").RequireKey(key); // or every Save() would fail
+        core->ini = ini;
         core->key = key;
     }
     return core;
@@ -131,10 +133,15 @@ bool PanelManager::Bind(widget_guid_t guid, Serializable* serializer) {
     std::unique_ptr<Serializable> owned(serializer);
     Lock const lock(m_mutex);
     WidgetCore* const core = Record(guid);
-    if (core) {
+    if (!core) {
+        return false;
+    }
+    if (core->serializer == owned) { // bound again
+        owned.release();
+    } else {
         core->serializer.swap(owned);
     }
-    return core;
+    return true;
 }
 
 bool PanelManager::Get(widget_guid_t guid, std::string& text, AccessMode mode) const {
@@ -178,32 +185,45 @@ bool PanelManager::Set(
     });
 }
 
-void PanelManager::Save(kiv::ini::INIFile* ini, bool wholeFile) const {
-    kiv::ini::INIFile const& file = RequiredFile(ini, "Save");
+// Goes through all values that are bound to the file, then throws what went wrong first: one that
+// cannot be used does not keep the others from it.
+template <class Use>
+void PanelManager::ForBound(kiv::ini::INIFile const& file, bool wholeFile, Use use) const {
     Lock const lock(m_mutex);
+    std::exception_ptr failure;
     for (auto const& widget : m_widgets) {
         WidgetCore const& core = *widget.second;
-        if (core.ini != ini && !(wholeFile && file.Contains(core.ini))) {
+        if (core.ini != &file && !(wholeFile && file.Contains(core.ini))) {
             continue;
         }
+        try {
+            use(widget.first, core);
+        } catch (std::exception const&) {
+            failure = failure ? failure : std::current_exception();
+        }
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+void PanelManager::Save(kiv::ini::INIFile* ini, bool wholeFile) const {
+    auto const save = [](widget_guid_t /*guid*/, WidgetCore const& core) {
         if (!core.serializer) {
             throw std::runtime_error("Save failed: no serializer");
         }
         std::string text;
-        if (core.serializer->Save(text, AccessConfig)) {
-            core.ini->Set(core.key, text);
+        if (!core.serializer->Save(text, AccessConfig)) {
+            throw std::runtime_error("Save failed: the value of `" + core.key + "' has no text");
         }
-    }
+        core.ini->Set(core.key, text);
+    };
+    ForBound(RequiredFile(ini, "Save"), wholeFile, save);
 }
 
 void PanelManager::Reload(kiv::ini::INIFile* ini) {
-    kiv::ini::INIFile const& file = RequiredFile(ini, "Reload");
-    Lock const lock(m_mutex);
-    for (auto const& widget : m_widgets) {
-        if (file.Contains(widget.second->ini)) {
-            LoadBound(widget.first, *widget.second);
-        }
-    }
+    auto const load = [this](widget_guid_t guid, WidgetCore const& core) { LoadBound(guid, core); };
+    ForBound(RequiredFile(ini, "Reload"), true, load);
 }
 
 } // namespace ui::detail

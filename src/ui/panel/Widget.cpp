@@ -1,11 +1,7 @@
 #include "ui/panel/Widget.h"
 
 #include "kiv/Diagnostics.h"
-#include "kiv/ParseNumber.h"
 #include "ui/panel/PanelManager.h"
-
-#include <boost/lexical_cast/bad_lexical_cast.hpp>
-#include <boost/thread/lock_guard.hpp>
 
 namespace ui::wgt {
 
@@ -18,9 +14,16 @@ Widget::Widget(widget_guid_t guid) : m_guid(guid) {
 }
 
 Widget::Widget(std::string const& cls, widget_guid_t guid)
-    : m_guid(guid == null_guid ? PanelManagerInstance()->CreateGUID(false) : guid) {
-    PanelManagerInstance()->Widget(m_guid, cls);
-    PanelManagerInstance()->AddRef(m_guid, 1, 0);
+    : m_guid(PanelManagerInstance()->Acquire(cls, guid)) {}
+
+// A handle that takes an acquired reference over; null is reported.
+Widget Widget::Owning(widget_guid_t guid) {
+    if (guid == null_guid) {
+        return Widget(null_guid);
+    }
+    Widget handle;
+    handle.m_guid = guid;
+    return handle;
 }
 
 Widget::Widget(Widget const& other) : m_guid(other.m_guid) {
@@ -80,25 +83,12 @@ void Widget::UnLink(widget_guid_t target) {
 }
 
 Widget& Widget::Ref(widget_guid_t target) {
-    bool const pointed = Has("ref");
-    widget_guid_t before = null_guid;
-    if (pointed && !kiv::ParseNumber(Attr("ref"), before)) {
-        throw boost::bad_lexical_cast(typeid(std::string), typeid(widget_guid_t));
-    }
-    // Linked before the old target is let go: the two may be the same, or the new one unknown.
-    Link(target);
-    if (pointed) {
-        UnLink(before);
-    }
-    return Attr("ref", std::to_string(target));
+    PanelManagerInstance()->Ref(m_guid, target);
+    return *this;
 }
 
 Widget Widget::Parent() const {
-    detail::PanelManager const& manager = *PanelManagerInstance();
-    boost::unique_lock<boost::mutex> lock(manager.Mutex());
-    widget_guid_t const parent = manager.Parent(m_guid);
-    lock.unlock();
-    return Widget(parent);
+    return Owning(PanelManagerInstance()->AcquireParent(m_guid));
 }
 
 Widget& Widget::Add(Widget const& child) {
@@ -119,7 +109,7 @@ bool Widget::Detach() {
 }
 
 Widget Widget::Clone() const {
-    return Widget(PanelManagerInstance()->Clone(m_guid, null_guid));
+    return Owning(PanelManagerInstance()->AcquireClone(m_guid));
 }
 
 } // namespace ui::wgt

@@ -60,6 +60,8 @@ public:
     Widget Clone() const;
 
 private:
+    static Widget Owning(widget_guid_t guid);
+
     widget_guid_t m_guid = null_guid;
 };
 
