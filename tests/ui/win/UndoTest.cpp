@@ -1,0 +1,182 @@
+#include "support/CapturedOutput.h"
+#include "support/WidgetSteps.h"
+#include "ui/win/widgets/AnnWidget.h"
+#include "ui/win/widgets/CalibrationWidget.h"
+#include "ui/win/widgets/ExtraWidget.h"
+
+#include <boost/make_shared.hpp>
+
+#include <memory>
+
+namespace {
+
+using namespace ui::win;
+using namespace tests;
+using Point2f = math::Point2<float>;
+
+/// One of each widget on one stack, all the geometry in a comparable form.
+struct Undo : testing::Test {
+    Undo() {
+        box.SetUndoStack(stack);
+        sheaf.SetUndoStack(stack);
+        polygon.SetUndoStack(stack);
+        points->SetUndoStack(stack);
+    }
+
+    struct Geometry {
+        math::Rect2<float> box;
+        Point2f centre;
+        std::vector<Point2f> normals;
+        std::vector<Point2f> vertices;
+        std::vector<math::Point2<double>> points;
+
+        bool operator==(Geometry const& o) const {
+            return box == o.box && centre == o.centre && normals == o.normals &&
+                   vertices == o.vertices && points == o.points;
+        }
+    };
+
+    Geometry Present() const {
+        return {box.Box(), sheaf.Centre(), sheaf.Normals(), vertices, points->Points()};
+    }
+
+    /// Presses, moves twice and releases.
+    void Drag(CWidget& widget, Point2f const& from, Point2f const& to) {
+        Event const events[] = {
+            Press(from.x, from.y),
+            Motion(to.x + 7, to.y + 3, 1),
+            Motion(to.x, to.y, 1),
+            Release(to.x, to.y)};
+        for (Event const& event : events) {
+            widget.Interact(&core, event);
+        }
+    }
+
+    CapturedOutput output;
+    RecordingCore core;
+    boost::shared_ptr<CUndoStack> stack = boost::make_shared<CUndoStack>();
+    std::vector<Point2f> vertices = {{10, 10}, {50.1F, 10}};
+    CResizableBox box{{20.3F, 20, 80, 60.7F}, {100, 100, 300, 200}, false};
+    CLinesSheaf sheaf{{100, 100}, {0, 0, 200, 200}};
+    CPolyWidget<Point2f> polygon{vertices.data(), 2, 10};
+    std::unique_ptr<CalibrationWidget<double>> points = std::make_unique<CalibrationWidget<double>>(
+        std::vector<math::Point2<double>>{{10.1, 10}, {200.7, 10}});
+};
+
+TEST_F(Undo, TakesEveryGestureBackAndDoesItAgainExactly) {
+    std::vector<Geometry> history = {Present()};
+    auto const happened = [&] { history.push_back(Present()); };
+    Drag(box, {121, 140}, {105, 130});
+    happened();
+    Drag(box, {150, 140}, {400, 30});
+    happened();
+    Drag(sheaf, {100, 100}, {90, 80});
+    happened();
+    Drag(sheaf, {120, 110}, {90, 50}); // an infinite normal
+    happened();
+    sheaf.Interact(&core, Key('+'));
+    happened();
+    sheaf.Interact(&core, Press(90, 80));
+    sheaf.Interact(&core, Motion(91, 81));
+    sheaf.Interact(&core, Key('-'));
+    sheaf.Interact(&core, Release(91, 81)); // all of it is one gesture
+    happened();
+    Drag(polygon, {50, 10}, {60, 20});
+    happened();
+    Drag(*points, {15, 15}, {20.5F, 20});
+    happened();
+    points->Interact(&core, Press(200, 20));
+    points->Interact(&core, Key('-'));
+    points->Interact(&core, Release(200, 20));
+    happened();
+
+    ASSERT_EQ(stack->UndoCount(), history.size() - 1);
+    for (std::size_t i = history.size() - 1; i-- > 0;) {
+        EXPECT_TRUE(stack->Undo());
+        EXPECT_EQ(Present(), history[i]) << i;
+    }
+    EXPECT_FALSE(stack->Undo());
+    for (std::size_t i = 1; i < history.size(); ++i) {
+        EXPECT_TRUE(stack->Redo());
+        EXPECT_EQ(Present(), history[i]) << i;
+    }
+    EXPECT_FALSE(stack->Redo());
+}
+
+TEST_F(Undo, MakesNoEntryOfWhatChangesNothing) {
+    Drag(box, {500, 500}, {501, 501});
+    box.Interact(&core, Press(150, 140));
+    box.Interact(&core, Release(150, 140));
+    Drag(sheaf, {10, 100}, {20, 20});
+    Drag(polygon, {90, 90}, {1, 1});
+    Drag(*points, {500, 500}, {501, 501});
+    EXPECT_THROW(
+        for (int i = 0; i < 3; ++i) { sheaf.Interact(&core, Key('-')); }, std::length_error);
+    EXPECT_EQ(stack->UndoCount(), 2U) << "the two lines taken away";
+}
+
+TEST_F(Undo, WaitsForTheGestureUnderWay) {
+    Drag(*points, {10, 10}, {20, 20});
+    Geometry const before = Present();
+    points->Interact(&core, Press(20, 25));
+    EXPECT_FALSE(stack->Undo());
+    points->Interact(&core, Press(205, 10)); // the release in between was lost
+    points->Interact(&core, Release(205, 10));
+    EXPECT_EQ(stack->UndoCount(), 3U);
+    EXPECT_TRUE(stack->Undo());
+    EXPECT_TRUE(stack->Undo());
+    EXPECT_EQ(Present(), before);
+
+    points->Interact(&core, Press(20, 25));
+    points->Points().clear(); // with the point held
+    points->Interact(&core, Release(20, 25));
+    EXPECT_FALSE(stack->Undo()) << "there is nothing left to put back";
+    EXPECT_EQ(stack->UndoCount(), 0U);
+}
+
+TEST_F(Undo, PassesOverWidgetsThatAreGone) {
+    Drag(polygon, {50, 10}, {60, 20});
+    Drag(*points, {10, 10}, {20, 20});
+    points->Interact(&core, Press(20, 20));
+    points.reset(); // also ends the gesture under way
+    EXPECT_TRUE(stack->Undo());
+    EXPECT_EQ(vertices[1], Point2f(50.1F, 10));
+    EXPECT_EQ(stack->RedoCount(), 1U);
+}
+
+TEST_F(Undo, ForgetsTheOldestAndWhatWasUndone) {
+    stack = boost::make_shared<CUndoStack>(2);
+    polygon.SetUndoStack(stack);
+    for (float x : {60.0F, 70.0F, 80.0F}) {
+        Drag(polygon, {vertices[1].x, 10}, {x, 10});
+    }
+    EXPECT_TRUE(stack->Undo() && stack->Undo());
+    EXPECT_FALSE(stack->Undo());
+    EXPECT_EQ(vertices[1].x, 60);
+    EXPECT_TRUE(stack->Redo());
+    Drag(polygon, {70, 10}, {75, 10});
+    EXPECT_EQ(stack->RedoCount(), 0U);
+    stack->Clear();
+    EXPECT_FALSE(stack->Undo());
+    polygon.SetUndoStack({});
+    Drag(polygon, {75, 10}, {60, 10});
+    EXPECT_EQ(stack->UndoCount(), 0U);
+}
+
+TEST_F(Undo, IsReachedByKeys) {
+    boost::shared_ptr<KeyboardEventWidget> const keys = MakeUndoKeys(stack);
+    Drag(polygon, {50, 10}, {60, 20});
+    ExpectSteps(
+        core,
+        *keys,
+        [&] { return std::to_string(vertices[1].x).substr(0, 4); },
+        {{Key('z'), false, "60.0", 0},
+         {Key('y', StateCtrl), false, "60.0", 0},
+         {Key('Z', StateCtrl | StateShift), false, "60.0", 0},
+         {Key('z', StateCtrl), true, "50.0", 1},
+         {Key('z', StateCtrl), false, "50.0", 0},
+         {Key('z', StateCtrl | StateShift), true, "60.0", 1},
+         {Key('Z', StateCtrl), true, "50.0", 1}});
+}
+
+} // namespace
