@@ -59,6 +59,7 @@ VertexArray ArrayOf(T2F_V3F_t const* points, std::size_t count) {
 struct CRasterCoreManager::TextPlace {
     Point2<double> anchor;
     TextTransform world;
+    double distance = 1;
 };
 
 CRasterCoreManager::CRasterCoreManager(
@@ -87,6 +88,8 @@ void CRasterCoreManager::BeginFrame() {
     m_fontWidth = m_fontHeight = kDefaultFontSize;
     m_fontInWorld = false;
     m_viewChanged = true;
+    m_lights = {};
+    m_depthCamera = nullptr;
     ForgetImages();
     int const width = static_cast<int>(Width());
     int const height = static_cast<int>(Height());
@@ -105,9 +108,31 @@ Canvas& CRasterCoreManager::ReadyCanvas() {
         math::TMatrix<double, 3, 4> worldToPixel;
         GetWorldToPixelMatrix(worldToPixel);
         m_canvas.SetView(worldToPixel, PixelRectangle());
+        for (std::size_t i = 0; i < m_lights.size(); ++i) {
+            Light& light = m_canvas.State().lights[i];
+            light = m_lights[i].light;
+            // In the world as it is before the view's own translation.
+            Point2<double> const shift = m_lights[i].translation - Translation();
+            light.position.x += static_cast<float>(shift.x);
+            light.position.y += static_cast<float>(shift.y);
+        }
+        BeginDepths();
         m_viewChanged = false;
     }
     return m_canvas;
+}
+
+void CRasterCoreManager::BeginDepths() {
+    if (!m_canvas.TestsDepth()) {
+        return;
+    }
+    void const* const camera = GetCamera().get();
+    math::Rect2<int> const area = PixelRectangle();
+    if (camera != m_depthCamera || !(area == m_depthArea)) {
+        m_canvas.ClearDepth(area);
+        m_depthCamera = camera;
+        m_depthArea = area;
+    }
 }
 
 void CRasterCoreManager::SetViewPort(
@@ -235,6 +260,7 @@ bool CRasterCoreManager::DrawTrianglesV3FN3F(Point3<float> const* points, unsign
     if (count > 0) {
         VertexArray array = ArrayOf(points, std::size_t{count} * 3);
         array.strideBytes = 2 * sizeof *points;
+        array.normal = &points[1].x;
         ReadyCanvas().Triangles(array);
     }
     return true;
@@ -255,6 +281,55 @@ bool CRasterCoreManager::DrawQuads(T2F_V3F_t const* points, unsigned count) {
 
 bool CRasterCoreManager::SetColor(Colour colour) {
     m_canvas.State().colour = colour;
+    return true;
+}
+
+bool CRasterCoreManager::SetColorEx(
+    Colour ambientDiffuse, Colour specular, Colour emission, float shininess) {
+    m_canvas.State().material = {specular, emission, shininess};
+    return SetColor(ambientDiffuse);
+}
+
+bool CRasterCoreManager::EnableZBuffer(double zNear, double zFar) {
+    m_canvas.State().depthTest = true;
+    m_canvas.State().depthNear = zNear;
+    m_canvas.State().depthFar = zFar;
+    m_viewChanged = true;
+    return CThreadedCoreManager::EnableZBuffer(zNear, zFar);
+}
+
+bool CRasterCoreManager::DisableZBuffer() {
+    m_canvas.State().depthTest = false;
+    return CThreadedCoreManager::DisableZBuffer();
+}
+
+CRasterCoreManager::PlacedLight* CRasterCoreManager::LightOf(int number) {
+    auto const index = static_cast<std::size_t>(number);
+    return number >= 0 && index < m_lights.size() ? &m_lights[index] : nullptr;
+}
+
+bool CRasterCoreManager::EnableLight(
+    int number,
+    Point3<float> const& position,
+    Colour const& ambient,
+    Colour const& diffuse,
+    Colour const& specular) {
+    PlacedLight* const place = LightOf(number);
+    if (place == nullptr) {
+        return false;
+    }
+    *place = {{true, position, ambient, diffuse, specular}, Translation()};
+    m_viewChanged = true;
+    return true;
+}
+
+bool CRasterCoreManager::DisableLight(int number) {
+    PlacedLight* const place = LightOf(number);
+    if (place == nullptr) {
+        return false;
+    }
+    place->light.on = false;
+    m_viewChanged = true;
     return true;
 }
 
@@ -316,9 +391,10 @@ bool CRasterCoreManager::PlaceText(Point3<double> const& position, TextPlace& pl
     for (int i = 0; i < 3; ++i) {
         p[i] = m(i, 0) * position.x + m(i, 1) * position.y + m(i, 2) * position.z + m(i, 3);
     }
-    if (!(p[2] > Canvas::NearDistance)) {
+    if (!(p[2] >= Canvas::NearDistance)) {
         return false;
     }
+    place.distance = p[2];
     place.anchor = {p[0] / p[2], p[1] / p[2]};
     // Derivatives of X / W and Y / W by x and y.
     place.world.xx = (m(0, 0) - place.anchor.x * m(2, 0)) / p[2];
@@ -332,6 +408,10 @@ bool CRasterCoreManager::DrawText(Point3<double> const& position, char const* te
     TextPlace place;
     if (PlaceText(position, place)) {
         Canvas& canvas = ReadyCanvas();
+        if (!canvas.IsDrawnAt(place.distance)) {
+            return true;
+        }
+        canvas.State().maskDistance = place.distance;
         TextTransform const transform = m_fontInWorld ? place.world : TextTransform();
         m_text.Draw(canvas, place.anchor, Style(), text, transform, canvas.Clip());
         ReportTextTrouble();

@@ -5,6 +5,7 @@
 #include "drivers/support/CThreadedCoreManager.h"
 #include "ui/win/image/CWindowImageConverter.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -47,7 +48,8 @@ public:
     bool DrawTriangles(math::Point3<float> const* points, unsigned count) override;
     bool DrawTriangles(ui::win::C4UB_V3F_t const* points, unsigned count) override;
     bool DrawTriangles(ui::win::T2F_V3F_t const* points, unsigned count) override;
-    /// Drawn in the current colour; the normals play no part without lights.
+    /// Lit where a light is on (nothing else is), seen from whichever side; drawn in the current
+    /// colour otherwise.
     bool DrawTrianglesV3FN3F(math::Point3<float> const* points, unsigned count) override;
     bool DrawQuads(math::Point2<float> const* points, unsigned count) override;
     bool DrawQuads(math::Point3<float> const* points, unsigned count) override;
@@ -67,7 +69,25 @@ public:
         double width) override;
 
     bool SetColor(Colour colour) override;
+    /// The first colour becomes the current one; the others last until they are set again.
+    bool
+    SetColorEx(Colour ambientDiffuse, Colour specular, Colour emission, float shininess) override;
     bool GetColor(Colour* colour) override;
+    /// Depths are kept for one camera in one rectangle of the window: drawing through another one
+    /// begins anew there, so that a view laid over another is seen whole. What is nearer or
+    /// farther than the two distances is cut off; a range that is none cuts nothing off. Views
+    /// without perspective draw over everything.
+    bool EnableZBuffer(double zNear, double zFar) override;
+    bool DisableZBuffer() override;
+    /// Light `number`, 0 to 7, at a point of the world; moves with the translation in force.
+    /// @return false for another number
+    bool EnableLight(
+        int number,
+        math::Point3<float> const& position,
+        Colour const& ambient,
+        Colour const& diffuse,
+        Colour const& specular) override;
+    bool DisableLight(int number) override;
     /// The pixel under the pointer in the last picture.
     /// @return false, with a colour of zeros, while the pointer is outside the window
     bool GetHighlightColor(Colour* colour) override;
@@ -100,8 +120,15 @@ private:
         Texture texture;
     };
     struct TextPlace;
+    /// Where a light was put, the translation of then not yet added.
+    struct PlacedLight {
+        Light light;
+        math::Point2<double> translation;
+    };
 
     Canvas& ReadyCanvas();
+    void BeginDepths();
+    PlacedLight* LightOf(int number);
     void ForgetImages();
     void SetTexture(SPImage const& image, Texture::Format format);
     template <class V>
@@ -114,7 +141,10 @@ private:
     Canvas m_canvas;
     TextRenderer m_text;
     ui::win::BindImageFunctions m_bind;
-    bool m_viewChanged = true; // the canvas has not been told of the view in force
+    bool m_viewChanged = true; // the canvas has not been told of the view and lights in force
+    std::array<PlacedLight, DrawState::Lights> m_lights;
+    void const* m_depthCamera = nullptr; // whose depths the canvas keeps, and where
+    math::Rect2<int> m_depthArea;
     double m_fontWidth = kDefaultFontSize;
     double m_fontHeight = kDefaultFontSize;
     bool m_fontInWorld = false;

@@ -16,6 +16,7 @@ void Canvas::Resize(int width, int height) {
     }
     auto const w = static_cast<std::size_t>(width);
     m_pixels.assign(w * static_cast<std::size_t>(height), Colour(0, 0, 0, 255));
+    m_nearness = {};
     m_width = width;
     m_height = height;
     SetPixelView();
@@ -23,6 +24,14 @@ void Canvas::Resize(int width, int height) {
 
 void Canvas::Clear(Colour colour) {
     FillRow(m_pixels.data(), static_cast<std::ptrdiff_t>(m_pixels.size()), Opaque(colour));
+    std::fill(m_nearness.begin(), m_nearness.end(), 0.0F);
+}
+
+void Canvas::ClearDepth(math::Rect2<int> const& area) {
+    math::Rect2<int> const r = Intersect(area, {0, 0, m_width, m_height});
+    for (int y = r.top; y < r.bottom && r.left < r.right && !m_nearness.empty(); ++y) {
+        std::fill_n(m_nearness.data() + RowStart(y) + r.left, r.right - r.left, 0.0F);
+    }
 }
 
 void Canvas::SetView(
@@ -43,11 +52,23 @@ void Canvas::SetPixelView() {
 }
 
 Target Canvas::MakeTarget() {
-    return {m_pixels.data(), m_width, m_clip};
+    if (TestsDepth() && m_nearness.empty()) {
+        m_nearness.assign(m_pixels.size(), 0.0F);
+    }
+    return {m_pixels.data(), m_width, m_clip, TestsDepth() ? m_nearness.data() : nullptr};
 }
 
 View Canvas::MakeView() const {
-    return {m_worldToPixel.data(), m_affine};
+    View view{m_worldToPixel.data(), m_affine, {}};
+    double const nearest = std::max(NearDistance, m_state.depthNear);
+    if (TestsDepth() && nearest < m_state.depthFar) {
+        view.range = {nearest, m_state.depthFar};
+    }
+    return view;
+}
+
+bool Canvas::IsDrawnAt(double distance) const {
+    return MakeView().range.Has(distance);
 }
 
 Colour Canvas::Read(int x, int y) const {
@@ -77,16 +98,27 @@ void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) c
 void Canvas::BlendMask(
     int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride) {
     Ink const ink(m_state);
+    Target const target = MakeTarget();
     // In 64 bits: a position near the end of int plus a size must not wrap.
     auto const right = std::min<long long>(m_clip.right, static_cast<long long>(x) + width);
     auto const bottom = std::min<long long>(m_clip.bottom, static_cast<long long>(y) + height);
     int const left = std::max(m_clip.left, x);
     int const count = static_cast<int>(right - left);
+    std::vector<float>& nearness = m_outline.nearRow;
+    if (target.nearness != nullptr && count > 0) {
+        nearness.assign(
+            static_cast<std::size_t>(count), static_cast<float>(1 / m_state.maskDistance));
+    }
     for (int row = std::max(m_clip.top, y); row < bottom && count > 0; ++row) {
         // left and row are inside both the clip and the mask, so the differences fit.
         auto const offset = static_cast<std::ptrdiff_t>(left) - x;
         auto const* from = coverage + (static_cast<std::ptrdiff_t>(row) - y) * stride + offset;
-        CoverRow(Row(row) + left, from, count, ink);
+        if (target.nearness != nullptr) {
+            float* there = target.NearnessAt(left, row);
+            CoverSeenRow(Row(row) + left, from, count, nearness.data(), there, ink);
+        } else {
+            CoverRow(Row(row) + left, from, count, ink);
+        }
     }
 }
 

@@ -50,9 +50,14 @@ struct View;
 /// blending on, each channel becomes (colour * a + old * (255 - a)) / 255, rounded to nearest. A
 /// polyline or outline is blended as one shape: where its segments meet nothing is blended twice.
 ///
-/// Points at or behind NearDistance in front of the camera are not there: lines and polygons are
-/// cut. A point, segment or shape with a coordinate that is not finite is left out; huge
+/// Points nearer to the camera than NearDistance, or behind it, are not there: lines and polygons
+/// are cut. A point, segment or shape with a coordinate that is not finite is left out; huge
 /// coordinates are cut without loss of what is visible.
+///
+/// With depthTest, in views with perspective, a pixel is drawn where nothing nearer was drawn
+/// before with it, and what lies outside of the range of distances is cut off as well. Translucent
+/// pixels take their place in the depths too; of an anti-aliased edge and of a mask, those that are
+/// covered by half. Views without perspective have no distances, and draw over everything.
 class Canvas {
 public:
     static constexpr int MaxSize = 32767;
@@ -64,8 +69,10 @@ public:
     /// Makes the picture width x height opaque black pixels; either may be 0. Resets the view to
     /// pixels and the clip to the whole picture. Throws std::length_error above MaxSize.
     void Resize(int width, int height);
-    /// Fills the whole picture, whatever the clip; it stays opaque.
+    /// Fills the whole picture, whatever the clip, and forgets all depths; it stays opaque.
     void Clear(Colour colour);
+    /// Forgets the depths in a rectangle: what is drawn there next is seen.
+    void ClearDepth(math::Rect2<int> const& area);
 
     /// Sets how world coordinates become pixels and where drawing is allowed.
     ///
@@ -76,6 +83,10 @@ public:
     void SetView(math::TMatrix<double, 3, 4> const& worldToPixel, math::Rect2<int> const& clip);
     /// The view in which world coordinates are pixels, z ignored, and nothing is clipped.
     void SetPixelView();
+    /// Whether depths are compared: the state wants it and the view has distances.
+    bool TestsDepth() const { return m_state.depthTest && !m_affine; }
+    /// Whether what is so far in front of the camera is drawn, as far as the distance goes.
+    bool IsDrawnAt(double distance) const;
     /// The clip as it stands, cut to the picture.
     math::Rect2<int> const& Clip() const { return m_clip; }
 
@@ -99,12 +110,14 @@ public:
     /// A part is filled as a pie, and outlined with its two radii.
     void Ellipse(double x0, double y0, double x1, double y1, double start, double end, bool filled);
     /// Fills vertices 0-1-2, 3-4-5, ...: vertex colours or textures are interpolated, a texture is
-    /// multiplied by the current colour. Incomplete triangles at the end are left out.
+    /// multiplied by the current colour. With normals, and while a light is on, the vertices are
+    /// lit and their colours interpolated. Incomplete triangles at the end are left out.
     void Triangles(VertexArray const& vertices);
     /// Fills convex quads of four vertices in order around them; as Triangles.
     void Quads(VertexArray const& vertices);
     /// Draws the current colour through a mask of 8-bit coverage whose first pixel lies at (x, y).
     /// Always blended: coverage times alpha with blending on, coverage alone with blending off.
+    /// Lies at the state's maskDistance for the depth test.
     void BlendMask(
         int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride);
 
@@ -127,6 +140,7 @@ private:
     int m_width = 0;
     int m_height = 0;
     std::vector<Colour> m_pixels;
+    std::vector<float> m_nearness; // 1 / distance a pixel; empty until the first depth test
     math::TMatrix<double, 3, 4> m_worldToPixel = math::TMatrix<double, 3, 4>::Identity();
     bool m_affine = false;
     math::Rect2<int> m_clip;

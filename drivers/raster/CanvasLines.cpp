@@ -20,6 +20,7 @@ struct Gradient {
     Colour to;
 
     Colour At(double t) const {
+        t = !(t > 0) ? 0 : std::min(t, 1.0);
         return {
             Between(from.r, to.r, t),
             Between(from.g, to.g, t),
@@ -30,11 +31,13 @@ struct Gradient {
 
 void DrawThinGradient(
     Target const& target, Segment const& segment, Gradient const& gradient, bool blend) {
-    double const range = segment.tb - segment.ta;
     WalkLine(target, PixelsOf(segment), [&](Colour& pixel, int k, int length) {
-        double const t = length > 0 ? segment.ta + range * k / length : segment.ta;
-        Colour const colour = gradient.At(t);
-        blend ? Put<true>(pixel, colour) : Put<false>(pixel, colour);
+        double const s = length > 0 ? double(k) / length : 0;
+        if (target.nearness == nullptr ||
+            IsSeen(*target.NearnessOf(&pixel), static_cast<float>(segment.NearAt(s)))) {
+            Colour const colour = gradient.At(segment.OriginalAt(s));
+            blend ? Put<true>(pixel, colour) : Put<false>(pixel, colour);
+        }
     });
 }
 
@@ -50,7 +53,7 @@ public:
     Colour At(int x, int y) const {
         Point const d = Point(x + 0.5, y + 0.5) - m_start;
         double const t = std::clamp(d.x * m_perPixel.x + d.y * m_perPixel.y, 0.0, 1.0);
-        return m_gradient.At(m_segment.ta + (m_segment.tb - m_segment.ta) * t);
+        return m_gradient.At(m_segment.OriginalAt(t));
     }
 
 private:
@@ -72,7 +75,16 @@ void DrawWideGradient(
     stroker.Add(pen.Place(segment.a), pen.Place(segment.b), false);
     stroker.Finish();
     WideGradient const colours(pen, segment, gradient);
+    NearPlane const plane = NearPlane::Along(segment);
     auto const cover = [&](int y, int x, unsigned coverage) {
+        if (target.nearness != nullptr && coverage > 0) {
+            float& there = *target.NearnessAt(x, y);
+            float const nearness = plane.At(x, y);
+            if (!(nearness >= there)) {
+                return;
+            }
+            there = coverage >= 128 ? nearness : there;
+        }
         Colour const colour = colours.At(x, y);
         BlendPixel(*target.At(x, y), colour, blend ? Scale(coverage, colour.a) : coverage);
     };
@@ -98,16 +110,17 @@ void Canvas::Lines(VertexArray const& vertices) {
         return;
     }
     Target const target = MakeTarget();
-    WithReader(MakeView(), vertices, [&](auto reader) {
+    View const view = MakeView();
+    WithReader(view, vertices, [&](auto reader) {
         Pen const pen(m_state);
-        Outline outline(target, m_outline, m_state);
+        Outline outline(target, view, m_outline, m_state);
         for (std::size_t i = 0; i + 1 < vertices.count; i += 2) {
             if (!vertices.colour) {
                 outline.Chain(2, false, [&](std::size_t k) { return reader(i + k); });
                 continue;
             }
             Segment segment;
-            if (ProjectSegment(reader(i), reader(i + 1), segment)) {
+            if (ProjectSegment(reader(i), reader(i + 1), view.range, segment)) {
                 Gradient const gradient{VertexColour(vertices, i), VertexColour(vertices, i + 1)};
                 if (pen.Thin()) {
                     DrawThinGradient(target, segment, gradient, m_state.blend);
@@ -125,7 +138,7 @@ void Canvas::Line(double x0, double y0, double x1, double y1) {
     }
     View const view = MakeView();
     HPoint const ends[2] = {view.Map(x0, y0), view.Map(x1, y1)};
-    Outline(MakeTarget(), m_outline, m_state).Chain(2, false, [&](std::size_t k) {
+    Outline(MakeTarget(), view, m_outline, m_state).Chain(2, false, [&](std::size_t k) {
         return ends[k];
     });
 }
@@ -134,9 +147,9 @@ void Canvas::Polyline(VertexArray const& vertices, bool closed) {
     if (m_clip.Empty() || vertices.count == 0) {
         return;
     }
-    Outline outline(MakeTarget(), m_outline, m_state);
-    WithReader(
-        MakeView(), vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
+    View const view = MakeView();
+    Outline outline(MakeTarget(), view, m_outline, m_state);
+    WithReader(view, vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
 }
 
 } // namespace drivers::raster

@@ -27,12 +27,14 @@ struct PointBatch {
     int x[Size];
     int y[Size];
     std::size_t vertex[Size];
+    float nearness[Size];
 };
 
 /// Finds the pixels of vertices [from, to), those in `area` only.
 template <class Reader>
 void FindPixels(
     Reader const& reader,
+    DepthRange const& range,
     math::Rect2<double> const& area,
     std::size_t from,
     std::size_t to,
@@ -40,42 +42,52 @@ void FindPixels(
     std::size_t count = 0;
     for (std::size_t i = from; i < to; ++i) {
         HPoint const p = reader(i);
-        double const x = Reader::IsAffine ? p.x : p.x / p.w;
-        double const y = Reader::IsAffine ? p.y : p.y / p.w;
+        double const near = Reader::IsAffine ? 1 : 1 / p.w;
+        double const x = Reader::IsAffine ? p.x : p.x * near;
+        double const y = Reader::IsAffine ? p.y : p.y * near;
         // Every comparison is false for what is not a number.
-        bool const seen = (Reader::IsAffine || p.w > NearDistance) && x >= area.left &&
+        bool const seen = (Reader::IsAffine || range.Has(p.w)) && x >= area.left &&
                           x < area.right && y >= area.top && y < area.bottom;
         batch.x[count] = FloorPixel(seen ? x : 0);
         batch.y[count] = FloorPixel(seen ? y : 0);
         batch.vertex[count] = i;
+        batch.nearness[count] = static_cast<float>(near);
         count += seen ? 1 : 0;
     }
     batch.count = count;
 }
 
 template <bool Blend>
-void Square(Target const& target, int x, int y, int size, Colour colour) {
+void PutSeen(Target const& target, int x, int y, float nearness, Colour colour) {
+    if (target.nearness == nullptr || IsSeen(*target.NearnessAt(x, y), nearness)) {
+        Put<Blend>(*target.At(x, y), colour);
+    }
+}
+
+template <bool Blend>
+void Square(Target const& target, int x, int y, int size, float nearness, Colour colour) {
     int const left = x - size / 2;
     int const top = y - size / 2;
     math::Rect2<int> const box{left, top, left + size, top + size};
     math::Rect2<int> const visible = Intersect(target.clip, box);
     for (int row = visible.top; row < visible.bottom; ++row) {
         for (int column = visible.left; column < visible.right; ++column) {
-            Put<Blend>(*target.At(column, row), colour);
+            PutSeen<Blend>(target, column, row, nearness, colour);
         }
     }
 }
 
 template <bool Blend, class ColourOf>
 void DrawBatch(Target const& target, PointBatch const& batch, int size, ColourOf const& colourOf) {
-    if (size == 1) {
+    if (size == 1 && target.nearness == nullptr) {
         for (std::size_t i = 0; i < batch.count; ++i) {
             Put<Blend>(*target.At(batch.x[i], batch.y[i]), colourOf(batch.vertex[i]));
         }
         return;
     }
     for (std::size_t i = 0; i < batch.count; ++i) {
-        Square<Blend>(target, batch.x[i], batch.y[i], size, colourOf(batch.vertex[i]));
+        Square<Blend>(
+            target, batch.x[i], batch.y[i], size, batch.nearness[i], colourOf(batch.vertex[i]));
     }
 }
 
@@ -101,8 +113,9 @@ void DrawPoints(
     PointBatch batch;
     for (std::size_t from = 0; from < vertices.count; from += PointBatch::Size) {
         std::size_t const to = std::min(vertices.count, from + PointBatch::Size);
-        WithReader(
-            view, vertices, [&](auto const& reader) { FindPixels(reader, area, from, to, batch); });
+        WithReader(view, vertices, [&](auto const& reader) {
+            FindPixels(reader, view.range, area, from, to, batch);
+        });
         state.blend ? DrawBatch<true>(target, batch, size, colourOf)
                     : DrawBatch<false>(target, batch, size, colourOf);
     }

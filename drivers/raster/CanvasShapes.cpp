@@ -15,23 +15,32 @@ namespace {
 
 constexpr double kPixelMatrix[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1};
 
-/// Fills an outline of any shape in one colour.
+/// Fills an outline of any shape on the world's plane z = 0 as the state says.
 void FillOutline(
-    Target const& target, PathFill& path, std::vector<HPoint> const& outline, Ink const& ink) {
+    Target const& target,
+    View const& view,
+    OutlineScratch& scratch,
+    std::vector<HPoint> const& outline,
+    DrawState const& state) {
     std::vector<Vertex<0>> polygon;
     polygon.reserve(outline.size());
     for (HPoint const& p : outline) {
         polygon.push_back({p.x, p.y, p.w, {}});
     }
-    ProjectPolygon(polygon);
+    ProjectPolygon(polygon, view.range);
     std::vector<Point> corners;
     corners.reserve(polygon.size());
     for (Vertex<0> const& v : polygon) {
         corners.emplace_back(v.x, v.y);
     }
-    path.Start(target.clip);
-    path.AddPolygon(corners.data(), corners.size());
-    FillPath(target, path, ink, false);
+    scratch.path.Start(target.clip);
+    scratch.path.AddPolygon(corners.data(), corners.size());
+    Ink const ink(state);
+    if (target.nearness != nullptr) {
+        FillSeenPath(target, scratch, ink, state.lineSmooth, NearPlane::OfGround(view));
+    } else {
+        FillPath(target, scratch.path, ink, state.lineSmooth);
+    }
 }
 
 /// Fills a box whose sides are rows and columns.
@@ -68,31 +77,35 @@ void AddressByPixel(EllipseShape& shape, double place) {
     Point const p{FloorPixel(a.x) + place, FloorPixel(a.y) + place};
     Point const q{FloorPixel(b.x) + place, FloorPixel(b.y) + place};
     // Signed radii keep the angles when the view mirrors an axis.
-    shape.frame = {{kPixelMatrix, true}, (p + q) * 0.5, (q.x - p.x) / 2, (q.y - p.y) / 2};
+    shape.frame = {{kPixelMatrix, true, {}}, (p + q) * 0.5, (q.x - p.x) / 2, (q.y - p.y) / 2};
 }
 
-void DrawThinLine(ThinPen& pen, HPoint const& a, HPoint const& b) {
+void DrawThinLine(ThinPen& pen, DepthRange const& range, HPoint const& a, HPoint const& b) {
     Segment segment;
-    if (ProjectSegment(a, b, segment)) {
+    if (ProjectSegment(a, b, range, segment)) {
         pen.Draw(PixelsOf(segment));
     }
 }
 
 void OutlineThin(
-    Target const& target, EllipseShape const& shape, Ink const& ink, std::vector<Colour*>& pixels) {
+    Target const& target,
+    EllipseShape const& shape,
+    Ink const& ink,
+    std::vector<PassedPixel>& pixels) {
+    View const& view = shape.frame.view;
     std::vector<HPoint> points;
     FlattenArc(shape.frame, shape.range, target.clip, 2, points);
     ThinPen pen(target, ink, pixels);
     pen.StartShape();
-    bool const seen = DrawThinCurve(pen, points, shape.range.whole);
+    bool const seen = DrawThinCurve(pen, view, points, shape.range.whole);
     if (!shape.range.whole) {
         HPoint const centre = shape.frame.At({0, 0});
-        DrawThinLine(pen, centre, points.front());
-        DrawThinLine(pen, points.back(), centre);
+        DrawThinLine(pen, view.range, centre, points.front());
+        DrawThinLine(pen, view.range, points.back(), centre);
     } else if (!seen) {
         // Too small to pass a pixel centre.
-        DrawThinLine(pen, shape.frame.At({-1, -1}), shape.frame.At({1, -1}));
-        DrawThinLine(pen, shape.frame.At({1, 1}), shape.frame.At({-1, 1}));
+        DrawThinLine(pen, view.range, shape.frame.At({-1, -1}), shape.frame.At({1, -1}));
+        DrawThinLine(pen, view.range, shape.frame.At({1, 1}), shape.frame.At({-1, 1}));
     }
     pen.Finish();
 }
@@ -121,13 +134,13 @@ void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
         return;
     }
     if (!filled) {
-        Outline(target, m_outline, m_state).Chain(4, true, [&](std::size_t i) {
+        Outline(target, view, m_outline, m_state).Chain(4, true, [&](std::size_t i) {
             return corners[i];
         });
-    } else if (view.KeepsAxes()) {
+    } else if (view.KeepsAxes() && !m_state.lineSmooth) {
         FillUprightBox(target, corners[0], corners[2], Ink(m_state));
     } else {
-        FillOutline(target, m_outline.path, {corners, corners + 4}, Ink(m_state));
+        FillOutline(target, view, m_outline, {corners, corners + 4}, m_state);
     }
 }
 
@@ -143,7 +156,7 @@ void Canvas::Ellipse(
         return;
     }
     if (filled) {
-        FillOutline(target, m_outline.path, FlattenShape(shape, m_clip, 0), Ink(m_state));
+        FillOutline(target, shape.frame.view, m_outline, FlattenShape(shape, m_clip, 0), m_state);
         return;
     }
     if (!pen.smooth && shape.frame.view.KeepsAxes()) {
@@ -156,9 +169,8 @@ void Canvas::Ellipse(
     }
     // A mitre may reach two widths from the curve.
     std::vector<HPoint> const points = FlattenShape(shape, m_clip, 2 * pen.width);
-    Outline(target, m_outline, m_state, true).Chain(points.size(), true, [&](std::size_t i) {
-        return points[i];
-    });
+    Outline(target, shape.frame.view, m_outline, m_state, true)
+        .Chain(points.size(), true, [&](std::size_t i) { return points[i]; });
 }
 
 } // namespace drivers::raster

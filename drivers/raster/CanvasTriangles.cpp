@@ -1,4 +1,5 @@
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Lighting.h"
 #include "drivers/raster/detail/Triangle.h"
 #include "drivers/raster/detail/UprightImage.h"
 #include "drivers/raster/detail/View.h"
@@ -18,10 +19,15 @@ struct FlatShader {
     Ink ink;
 
     void Load(VertexArray const&, std::size_t, double*) const {}
-    void Fill(Target const& target, int y, int x0, int x1) const {
-        FillSpan(target, y, x0, x1, ink);
+    void Fill(Colour* row, int count) const { FillPixels(row, count, ink); }
+    void FillSeen(Colour* row, int count, float const* nearness, float* there) const {
+        FillSeenPixels(row, count, nearness, there, ink);
     }
 };
+
+unsigned char Channel(double value) {
+    return RoundChannel(std::clamp(value, 0.0, 255.0));
+}
 
 /// Runs the vertices' colours into each other.
 template <bool Blend>
@@ -35,13 +41,26 @@ struct ColourShader {
         values[2] = colour.b;
         values[3] = colour.a;
     }
-    void Put(Colour& pixel, double const* values) const {
+    void Put(Colour& pixel, Run<4> const& run, int k) const {
+        auto const& v = run.values;
         detail::Put<Blend>(
-            pixel,
-            {Channel(values[0]), Channel(values[1]), Channel(values[2]), Channel(values[3])});
+            pixel, {Channel(v[0][k]), Channel(v[1][k]), Channel(v[2][k]), Channel(v[3][k])});
     }
-    static unsigned char Channel(double value) {
-        return RoundChannel(std::clamp(value, 0.0, 255.0));
+};
+
+/// Lights the vertices and runs what they shine into each other.
+template <bool Blend>
+struct LitShader {
+    static constexpr int Values = 3;
+    Lighting const& lighting;
+    unsigned char alpha;
+
+    void Load(VertexArray const& vertices, std::size_t index, double* values) const {
+        lighting.At(VertexPosition(vertices, index), VertexNormal(vertices, index), values);
+    }
+    void Put(Colour& pixel, Run<3> const& run, int k) const {
+        auto const& v = run.values;
+        detail::Put<Blend>(pixel, {Channel(v[0][k]), Channel(v[1][k]), Channel(v[2][k]), alpha});
     }
 };
 
@@ -58,8 +77,8 @@ struct TextureShader {
         values[0] = double{st[0]} * texture.width;
         values[1] = double{st[1]} * texture.height;
     }
-    void Put(Colour& pixel, double const* values) const {
-        detail::Put<Blend>(pixel, Modulate(sampler(values[0], values[1]), colour));
+    void Put(Colour& pixel, Run<2> const& run, int k) const {
+        detail::Put<Blend>(pixel, Modulate(sampler(run.values[0][k], run.values[1][k]), colour));
     }
 };
 
@@ -83,7 +102,18 @@ void WithShader(
     auto const read = [&](auto const& shader) {
         WithReader(view, vertices, [&](auto const& reader) { draw(shader, reader); });
     };
-    if (vertices.texture && !state.texture.Empty()) {
+    bool const lit = vertices.normal &&
+                     std::any_of(state.lights.begin(), state.lights.end(), [](Light const& light) {
+                         return light.on;
+                     });
+    if (lit) {
+        Lighting const lighting(view, state);
+        if (state.blend) {
+            read(LitShader<true>{lighting, state.colour.a});
+        } else {
+            read(LitShader<false>{lighting, state.colour.a});
+        }
+    } else if (vertices.texture && !state.texture.Empty()) {
         WithSampler(state, [&](auto sampler) {
             using S = decltype(sampler);
             if (state.blend) {
@@ -108,12 +138,14 @@ void Canvas::Triangles(VertexArray const& vertices) {
         return;
     }
     Target const target = MakeTarget();
-    WithShader(MakeView(), m_state, vertices, [&](auto const& shader, auto const& reader) {
+    View const view = MakeView();
+    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
         for (std::size_t i = 0; i + 2 < vertices.count; i += 3) {
             DrawTriangle<affine>(
                 target,
                 shader,
+                view.range,
                 LoadVertex(shader, reader, vertices, i),
                 LoadVertex(shader, reader, vertices, i + 1),
                 LoadVertex(shader, reader, vertices, i + 2));
@@ -126,7 +158,8 @@ void Canvas::Quads(VertexArray const& vertices) {
         return;
     }
     Target const target = MakeTarget();
-    WithShader(MakeView(), m_state, vertices, [&](auto const& shader, auto const& reader) {
+    View const view = MakeView();
+    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
         for (std::size_t i = 0; i + 3 < vertices.count; i += 4) {
@@ -140,8 +173,8 @@ void Canvas::Quads(VertexArray const& vertices) {
                     continue;
                 }
             }
-            DrawTriangle<affine>(target, shader, corners[0], corners[1], corners[2]);
-            DrawTriangle<affine>(target, shader, corners[0], corners[2], corners[3]);
+            DrawTriangle<affine>(target, shader, view.range, corners[0], corners[1], corners[2]);
+            DrawTriangle<affine>(target, shader, view.range, corners[0], corners[2], corners[3]);
         }
     });
 }

@@ -292,6 +292,102 @@ TEST(RasterCoreManager, ReadsTheFrameBackAsAnyPixelType) {
     EXPECT_EQ(deep(9, 9), 90 * 257);
 }
 
+/// Looks along z from the origin, half a unit to either side at distance 1; no aspect correction.
+struct SpaceCamera : CCamera {
+    void GetMatrix(CWindowCore*, math::TMatrix<double, 3, 4>& m) override {
+        m << 2, 0, 0, 0, 0, -2, 0, 0, 0, 0, 1, 0;
+    }
+    void GetRestInverseUVWMatrix(CWindowCore*, math::TMatrix<double, 3, 4>&) override {}
+    bool Interact(CWindowCoreManager*, Event const&) override { return false; }
+    void Draw(CWindowCore*) override {}
+};
+
+/// A square facing the camera that fills the view at distance 1.
+void DrawWall(Core& core, Colour colour, float distance) {
+    core.SetColor(colour);
+    P3 const quad[4] = {{-4, -4, distance}, {4, -4, distance}, {4, 4, distance}, {-4, 4, distance}};
+    core.DrawQuads(quad, 1);
+}
+
+TEST(RasterCoreManager, KeepsDepthsForOneCameraInOnePlace) {
+    Core core;
+    auto const camera = boost::make_shared<SpaceCamera>();
+    core.BeginFrame();
+    core.SetViewPort(ViewPortCamera, nullptr, camera);
+    EXPECT_TRUE(core.EnableZBuffer(0.5, 50));
+    DrawWall(core, kRed, 2);
+    DrawWall(core, kGreen, 3);
+    EXPECT_EQ(core.Picture().Read(30, 20), kRed);
+    core.SetViewPort(ViewPortPixels, nullptr, {});
+    core.DrawBox(0, 0, 5, 5, true);
+    EXPECT_EQ(core.Picture().Read(2, 2), kGreen) << "window pixels lie over everything";
+    core.SetViewPort(ViewPortCamera, nullptr, camera);
+    core.DisableZBuffer();
+    core.EnableZBuffer(0.5, 50);
+    DrawWall(core, kGreen, 3);
+    EXPECT_EQ(core.Picture().Read(30, 20), kRed) << "the same view goes on";
+    CWindowViewPort half = CWindowViewPort::Fractions(0, 0, 0.5F, 1);
+    core.SetViewPort(ViewPortCamera, &half, camera);
+    DrawWall(core, kGreen, 3);
+    EXPECT_EQ(core.Picture().Read(30, 20), kGreen) << "a view over another one is seen whole";
+    EXPECT_EQ(core.Picture().Read(40, 20), kRed);
+    core.BeginFrame();
+    core.SetViewPort(ViewPortCamera, nullptr, camera);
+    DrawWall(core, kRed, 2);
+    DrawWall(core, kGreen, 3);
+    EXPECT_EQ(core.Picture().Read(30, 20), kGreen) << "a frame begins without a depth test";
+}
+
+TEST(RasterCoreManager, TextsStandAtTheirDistance) {
+    Core core;
+    core.BeginFrame();
+    core.SetViewPort(ViewPortCamera, nullptr, boost::make_shared<SpaceCamera>());
+    core.EnableZBuffer(1, 50);
+    core.SetFontSizeEx(30, 30, false);
+    DrawWall(core, kRed, 4);
+    auto const written = [&](double z) {
+        core.SetColor(kGreen);
+        core.DrawText({-0.4 * z, 0.3 * z, z}, "MMM");
+        for (int i = 0; i < 64 * 48; ++i) {
+            if (core.Picture().Read(i % 64, i / 64) == kGreen) {
+                return true;
+            }
+        }
+        return false;
+    };
+    EXPECT_FALSE(written(5)) << "behind the wall";
+    EXPECT_FALSE(written(0.5)) << "nearer than the range";
+    EXPECT_FALSE(written(-2)) << "behind the camera";
+    EXPECT_TRUE(written(3));
+    DrawWall(core, kRed, 3.5F);
+    EXPECT_TRUE(written(99)) << "a farther wall does not cover the text before";
+}
+
+TEST(RasterCoreManager, LightsStayWhereTheyWerePut) {
+    Core core;
+    EXPECT_FALSE(core.EnableLight(8, {}, kBlack, kWhite, kBlack) || core.DisableLight(-1));
+    P3 const triangle[6] = {
+        {-9, -9, 2}, {0, 0, -1}, {9, -9, 2}, {0, 0, -1}, {0, 18, 2}, {0, 0, -1}};
+    auto const lit = [&](double shift) {
+        core.BeginFrame();
+        core.SetViewPort(ViewPortCamera, nullptr, boost::make_shared<SpaceCamera>());
+        core.SetColorEx({200, 200, 200, 255}, kBlack, {0, 0, 9, 255}, 5);
+        core.SetTranslation(shift, 0, false);
+        EXPECT_TRUE(core.EnableLight(7, {0, 3, -20}, {10, 10, 10, 255}, kWhite, kBlack));
+        core.SetTranslation(1, 0, false);
+        core.DrawTrianglesV3FN3F(triangle, 1);
+        return core.Picture().Read(40, 24);
+    };
+    Colour const beside = lit(0);
+    EXPECT_GT(beside.r, 150);
+    EXPECT_EQ(beside.b, beside.r + 9);
+    EXPECT_NE(lit(30), beside);
+    EXPECT_TRUE(core.DisableLight(7));
+    core.SetColor(kWhite);
+    core.DrawTrianglesV3FN3F(triangle, 1);
+    EXPECT_EQ(core.Picture().Read(40, 24), kWhite) << "without lights in the plain colour";
+}
+
 } // namespace
 
 } // namespace tests

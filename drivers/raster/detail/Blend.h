@@ -14,9 +14,19 @@ struct Target {
     Colour* pixels = nullptr;
     std::ptrdiff_t stride = 0; ///< in pixels
     math::Rect2<int> clip;
+    float* nearness = nullptr; ///< 1 / distance of each pixel, 0 for none; null: no depth test
 
     Colour* At(int x, int y) const { return pixels + y * stride + x; }
+    float* NearnessAt(int x, int y) const { return nearness + y * stride + x; }
+    float* NearnessOf(Colour const* pixel) const { return nearness + (pixel - pixels); }
 };
+
+/// The depth test: what is as near as what is there is drawn over it. Takes the nearness over.
+inline bool IsSeen(float& there, float nearness) {
+    bool const seen = nearness >= there;
+    there = seen ? nearness : there;
+    return seen;
+}
 
 /// v / 255, rounded down; exact for v < 65535.
 inline unsigned Div255(unsigned v) {
@@ -109,12 +119,60 @@ inline void BlendRow(Colour* row, std::ptrdiff_t count, Colour colour) {
     }
 }
 
+/// Pixels side by side, inside the clip.
+inline void FillPixels(Colour* row, std::ptrdiff_t count, Ink const& ink) {
+    if (ink.Solid()) {
+        FillRow(row, count, ink.colour);
+    } else {
+        BlendRow(row, count, ink.colour);
+    }
+}
+
 /// Pixels x0 <= x < x1 of row y, inside the clip.
 inline void FillSpan(Target const& target, int y, int x0, int x1, Ink const& ink) {
-    if (ink.Solid()) {
-        FillRow(target.At(x0, y), x1 - x0, ink.colour);
-    } else {
-        BlendRow(target.At(x0, y), x1 - x0, ink.colour);
+    FillPixels(target.At(x0, y), x1 - x0, ink);
+}
+
+/// Those of the pixels that pass the depth test.
+inline void FillSeenPixels(
+    Colour* row, std::ptrdiff_t count, float const* nearness, float* there, Ink const& ink) {
+    if (!ink.Solid()) {
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            if (IsSeen(there[i], nearness[i])) {
+                BlendPixel(row[i], ink.colour, ink.colour.a);
+            }
+        }
+        return;
+    }
+    // As FillRow: whole words become wide stores.
+    std::uint32_t word;
+    std::memcpy(&word, &ink.colour, sizeof word);
+    auto* bytes = reinterpret_cast<unsigned char*>(row);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        std::uint32_t old;
+        std::memcpy(&old, bytes + i * 4, sizeof old);
+        bool const seen = nearness[i] >= there[i];
+        old = seen ? word : old;
+        there[i] = seen ? nearness[i] : there[i];
+        std::memcpy(bytes + i * 4, &old, sizeof old);
+    }
+}
+
+/// Those of the pixels of CoverRow() that pass the depth test. What is covered by half at least is
+/// as near as what covers it.
+inline void CoverSeenRow(
+    Colour* row,
+    unsigned char const* coverage,
+    int count,
+    float const* nearness,
+    float* there,
+    Ink const& ink) {
+    for (int i = 0; i < count; ++i) {
+        unsigned const alpha = Scale(coverage[i], ink.colour.a);
+        if (alpha != 0 && nearness[i] >= there[i]) {
+            BlendPixel(row[i], ink.colour, alpha);
+            there[i] = coverage[i] >= 128 ? nearness[i] : there[i];
+        }
     }
 }
 

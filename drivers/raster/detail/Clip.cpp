@@ -78,31 +78,58 @@ bool CutToGuard(Segment& segment) {
     if (!InGuard(p) || !InGuard(q)) {
         return false;
     }
-    double const length = segment.tb - segment.ta;
-    double const start = segment.ta;
+    Segment const whole = segment;
     if (!(p == segment.a)) {
-        segment.ta = start + length * Along(a, b, p);
+        double const s = Along(a, b, p);
+        segment.ta = whole.OriginalAt(s);
+        segment.nearA = whole.NearAt(s);
     }
     if (!(q == segment.b)) {
-        segment.tb = start + length * Along(a, b, q);
+        double const s = Along(a, b, q);
+        segment.tb = whole.OriginalAt(s);
+        segment.nearB = whole.NearAt(s);
     }
     segment.a = p;
     segment.b = q;
     return true;
 }
 
-bool ProjectSegment(HPoint a, HPoint b, Segment& out) {
-    if (!IsFinite(a) || !IsFinite(b) || (a.w <= NearDistance && b.w <= NearDistance)) {
+namespace {
+
+/// Cuts a line to the side of a distance on which `inside` says that its points are seen.
+template <class Inside>
+bool CutAtDistance(HPoint& a, HPoint& b, double distance, Segment& out, Inside&& inside) {
+    if (inside(a.w) && inside(b.w)) {
+        return true;
+    }
+    if (!inside(a.w) && !inside(b.w)) {
         return false;
     }
+    double const t = (distance - a.w) / (b.w - a.w);
+    HPoint const cut{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, distance};
+    double const original = out.ta + (out.tb - out.ta) * t;
+    if (inside(b.w)) {
+        a = cut;
+        out.ta = original;
+    } else {
+        b = cut;
+        out.tb = original;
+    }
+    return true;
+}
+
+} // namespace
+
+bool ProjectSegment(HPoint a, HPoint b, DepthRange const& range, Segment& out) {
     out.ta = 0;
     out.tb = 1;
-    if (a.w <= NearDistance || b.w <= NearDistance) {
-        double const t = (NearDistance - a.w) / (b.w - a.w);
-        HPoint const cut{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, NearDistance};
-        (a.w <= NearDistance ? out.ta : out.tb) = t;
-        (a.w <= NearDistance ? a : b) = cut;
+    if (!IsFinite(a) || !IsFinite(b) ||
+        !CutAtDistance(a, b, range.nearest, out, [&](double w) { return w >= range.nearest; }) ||
+        !CutAtDistance(a, b, range.farthest, out, [&](double w) { return w <= range.farthest; })) {
+        return false;
     }
+    out.nearA = 1 / a.w;
+    out.nearB = 1 / b.w;
     out.a = {a.x / a.w, a.y / a.w};
     out.b = {b.x / b.w, b.y / b.w};
     if (InGuard(out.a) && InGuard(out.b)) {

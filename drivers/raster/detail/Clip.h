@@ -8,9 +8,6 @@ namespace drivers::raster::detail {
 /// is within can be converted to int, and products of two fit 64 bits.
 constexpr double Guard = 1 << 22;
 
-/// What is not further than this in front of the camera is not drawn.
-constexpr double NearDistance = 1e-6;
-
 inline bool InGuard(double x, double y) {
     return std::abs(x) <= Guard && std::abs(y) <= Guard;
 }
@@ -37,20 +34,26 @@ inline int FloorPixel(double v) {
     return whole - (v < whole ? 1 : 0);
 }
 
-/// A cut segment: its ends in pixels, and where they lie on the original one (0 start, 1 end).
+/// A cut segment: its ends in pixels, where they lie on the original one (0 start, 1 end), and how
+/// near they are (1 / distance, which runs linearly along the segment on the screen).
 struct Segment {
     Point a;
     Point b;
     double ta = 0;
     double tb = 1;
+    double nearA = 1;
+    double nearB = 1;
 
     bool StartsWhole() const { return ta == 0; }
     bool EndsWhole() const { return tb == 1; }
+    double NearAt(double s) const { return nearA + (nearB - nearA) * s; }
+    /// Where on the original segment the point lies that is seen at s, from 0 at a to 1 at b.
+    double OriginalAt(double s) const { return ta + (tb - ta) * (s * nearB / NearAt(s)); }
 };
 
-/// Cuts a line at the near plane, projects it and cuts it to the guard band.
+/// Cuts a line to the depth range, projects it and cuts it to the guard band.
 /// @return false when nothing is left or a coordinate is not finite
-bool ProjectSegment(HPoint a, HPoint b, Segment& out);
+bool ProjectSegment(HPoint a, HPoint b, DepthRange const& range, Segment& out);
 
 /// Cuts a line to the guard band; its coordinates must be finite.
 bool CutToGuard(Segment& segment);

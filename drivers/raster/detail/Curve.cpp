@@ -41,8 +41,8 @@ private:
 
     bool Done(HPoint const& pu, HPoint const& middle, HPoint const& pv) const {
         constexpr double tolerance = 1.0 / 128;
-        if (pu.w <= NearDistance || middle.w <= NearDistance || pv.w <= NearDistance) {
-            return pu.w <= NearDistance && middle.w <= NearDistance && pv.w <= NearDistance;
+        if (pu.w < NearDistance || middle.w < NearDistance || pv.w < NearDistance) {
+            return pu.w < NearDistance && middle.w < NearDistance && pv.w < NearDistance;
         }
         Point const a{pu.x / pu.w, pu.y / pu.w};
         Point const b{pv.x / pv.w, pv.y / pv.w};
@@ -73,7 +73,8 @@ Point Quarter(int quarters) {
 /// Follows a curve pixel by pixel.
 class CurveWalker {
 public:
-    explicit CurveWalker(ThinPen& pen) : m_pen(pen) {}
+    CurveWalker(ThinPen& pen, View const& view)
+        : m_pen(pen), m_nearness(NearPlane::OfGround(view)) {}
 
     void Chord(Point const& a, Point const& b) {
         bool const steep = std::abs(b.y - a.y) > std::abs(b.x - a.x);
@@ -86,7 +87,9 @@ public:
     /// Draws a pixel, and what lies between it and the last one.
     void Light(Pixel const& pixel) {
         Pixel const from = m_connected ? m_last : pixel;
-        m_pen.Draw({from.x, from.y, pixel.x, pixel.y});
+        double const near0 = m_nearness.At(from.x, from.y);
+        double const near1 = m_nearness.At(pixel.x, pixel.y);
+        m_pen.Draw({from.x, from.y, pixel.x, pixel.y, near0, near1});
         m_last = pixel;
         m_connected = true;
         if (!m_begun) {
@@ -125,6 +128,7 @@ private:
     }
 
     ThinPen& m_pen;
+    NearPlane m_nearness;
     Pixel m_first;
     Pixel m_last;
     bool m_begun = false;
@@ -171,15 +175,16 @@ void FlattenArc(
     flattener.Arc(from, last);
 }
 
-bool DrawThinCurve(ThinPen& pen, std::vector<HPoint> const& points, bool closed) {
-    CurveWalker walker(pen);
+bool DrawThinCurve(ThinPen& pen, View const& view, std::vector<HPoint> const& points, bool closed) {
+    CurveWalker walker(pen, view);
     std::size_t const chords = closed ? points.size() : points.size() - 1;
     Segment chord;
-    if (!closed && ProjectSegment(points.front(), points.front(), chord)) {
+    if (!closed && ProjectSegment(points.front(), points.front(), view.range, chord)) {
         walker.Light(PixelAt(chord.a));
     }
     for (std::size_t i = 0; i < chords; ++i) {
-        if (!ProjectSegment(points[i], points[i + 1 < points.size() ? i + 1 : 0], chord)) {
+        HPoint const& next = points[i + 1 < points.size() ? i + 1 : 0];
+        if (!ProjectSegment(points[i], next, view.range, chord)) {
             walker.Break();
             continue;
         }
@@ -193,7 +198,7 @@ bool DrawThinCurve(ThinPen& pen, std::vector<HPoint> const& points, bool closed)
     }
     if (closed) {
         walker.Close();
-    } else if (ProjectSegment(points.back(), points.back(), chord)) {
+    } else if (ProjectSegment(points.back(), points.back(), view.range, chord)) {
         walker.Light(PixelAt(chord.a));
     }
     return walker.HasBegun();

@@ -45,6 +45,6 @@ void FlattenArc(
 /// runs steep, all connected.
 /// @param closed the curve goes back to its first point; otherwise the pixels of its ends are drawn
 /// @return false when it passes no centre of a pixel, and nothing was drawn
-bool DrawThinCurve(ThinPen& pen, std::vector<HPoint> const& points, bool closed);
+bool DrawThinCurve(ThinPen& pen, View const& view, std::vector<HPoint> const& points, bool closed);
 
 } // namespace drivers::raster::detail

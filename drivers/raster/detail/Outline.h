@@ -44,6 +44,30 @@ inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool 
     }
 }
 
+/// Draws what of it passes the depth test.
+/// @param nearness tells by Row(y, x, count, out) how near pixels are
+template <class Nearness>
+void FillSeenPath(
+    Target const& target,
+    OutlineScratch& scratch,
+    Ink const& ink,
+    bool smooth,
+    Nearness const& nearness) {
+    scratch.nearRow.resize(static_cast<std::size_t>(target.clip.Width()));
+    float* row = scratch.nearRow.data();
+    if (smooth) {
+        scratch.path.Coverage([&](int y, int x, int count, unsigned char const* coverage) {
+            nearness.Row(y, x, count, row);
+            CoverSeenRow(target.At(x, y), coverage, count, row, target.NearnessAt(x, y), ink);
+        });
+    } else {
+        scratch.path.Spans([&](int y, int x0, int x1) {
+            nearness.Row(y, x0, x1 - x0, row);
+            FillSeenPixels(target.At(x0, y), x1 - x0, row, target.NearnessAt(x0, y), ink);
+        });
+    }
+}
+
 /// Draws pieces at once: where nothing shows through, they may overlap.
 class SolidPieces : public ConvexSink {
 public:
@@ -61,6 +85,7 @@ public:
     /// @param onCurve points are taken as they are, also by an aliased pen
     Outline(
         Target const& target,
+        View const& view,
         OutlineScratch& scratch,
         DrawState const& state,
         bool onCurve = false);
@@ -81,7 +106,7 @@ public:
         for (std::size_t i = 0; i < segments; ++i) {
             HPoint const to = i + 1 < count ? pointAt(i + 1) : first;
             Segment segment;
-            bool const visible = ProjectSegment(from, to, segment);
+            bool const visible = ProjectSegment(from, to, m_range, segment);
             if (visible) {
                 bool const opens = closed && i == 0 && segment.StartsWhole();
                 Add(segment, joined && segment.StartsWhole(), opens);
@@ -97,11 +122,13 @@ private:
     void Add(Segment const& segment, bool joined, bool opens);
     void Finish(bool closed);
     ConvexSink& Pieces() {
-        bool const solid = m_ink.Solid() && !m_pen.smooth;
+        bool const solid = m_ink.Solid() && !m_pen.smooth && m_target.nearness == nullptr;
         return solid ? static_cast<ConvexSink&>(m_solidPieces) : m_path;
     }
 
     Target m_target;
+    DepthRange m_range;
+    OutlineScratch& m_scratch;
     PathFill& m_path;
     Pen m_pen;
     Ink m_ink;

@@ -16,6 +16,13 @@ struct PixelLine {
     int y0;
     int x1;
     int y1;
+    double near0 = 1; ///< 1 / distance at (x0, y0)
+    double near1 = 1;
+
+    float NearnessAt(int step, int length) const {
+        double const share = length > 0 ? double(step) / length : 0;
+        return static_cast<float>(near0 + (near1 - near0) * share);
+    }
 };
 
 /// The pixels that the ends of a segment fall into.
@@ -24,7 +31,9 @@ inline PixelLine PixelsOf(Segment const& segment) {
         FloorPixel(segment.a.x),
         FloorPixel(segment.a.y),
         FloorPixel(segment.b.x),
-        FloorPixel(segment.b.y)};
+        FloorPixel(segment.b.y),
+        segment.nearA,
+        segment.nearB};
 }
 
 /// Bresenham's line as numbers: step k from 0 to length moves one pixel along the major axis, and

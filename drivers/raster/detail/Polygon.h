@@ -2,7 +2,8 @@
 
 #include "drivers/raster/detail/Clip.h"
 
-#include <vector>
+#include <cstddef>
+#include <utility>
 
 namespace drivers::raster::detail {
 
@@ -27,33 +28,59 @@ Vertex<N> Between(Vertex<N> const& p, Vertex<N> const& q, double t) {
     return v;
 }
 
+/// The corners of a cut triangle, without an allocation: each cut adds one at most.
+template <class V>
+class FewCorners {
+public:
+    using value_type = V;
+
+    FewCorners() = default;
+    FewCorners(V const& a, V const& b, V const& c) : m_corners{a, b, c}, m_size(3) {}
+
+    void push_back(V const& v) { m_corners[m_size++] = v; }
+    void clear() { m_size = 0; }
+    std::size_t size() const { return m_size; }
+    V& operator[](std::size_t i) { return m_corners[i]; }
+    V const& operator[](std::size_t i) const { return m_corners[i]; }
+    V* begin() { return m_corners; }
+    V* end() { return m_corners + m_size; }
+
+private:
+    static constexpr std::size_t Most = 3 + 2 + 4; // two distances, four edges of the guard band
+
+    V m_corners[Most];
+    std::size_t m_size = 0;
+};
+
 /// Keeps the part of a polygon on one side (Sutherland and Hodgman): inside(v) tells the side,
-/// cut(v, w) gives the point between two corners on different sides.
-template <class V, class Inside, class Cut>
-void CutPolygon(std::vector<V>& polygon, Inside&& inside, Cut&& cut) {
-    std::vector<V> kept;
+/// cut(v, w) gives the point between a corner on that side and one that is not, so that polygons
+/// that share a side are cut at the same point of it.
+template <class Corners, class Inside, class Cut>
+void CutPolygon(Corners& polygon, Inside&& inside, Cut&& cut) {
+    using V = typename Corners::value_type;
+    Corners kept;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         V const& from = polygon[i > 0 ? i - 1 : polygon.size() - 1];
         V const& to = polygon[i];
         if (inside(from) != inside(to)) {
-            kept.push_back(cut(from, to));
+            kept.push_back(inside(from) ? cut(from, to) : cut(to, from));
         }
         if (inside(to)) {
             kept.push_back(to);
         }
     }
-    polygon.swap(kept);
+    polygon = std::move(kept);
 }
 
 /// Cuts a projected polygon to one side of the guard band; X and Y name the coordinates.
-template <int N>
-void CutAtGuard(std::vector<Vertex<N>>& polygon, double Vertex<N>::*x, double Vertex<N>::*y) {
+template <class Corners, class V = typename Corners::value_type>
+void CutAtGuard(Corners& polygon, double V::*x, double V::*y) {
     for (double const edge : {-Guard, Guard}) {
         CutPolygon(
             polygon,
-            [=](Vertex<N> const& v) { return edge < 0 ? v.*x >= edge : v.*x <= edge; },
-            [=](Vertex<N> const& p, Vertex<N> const& q) {
-                Vertex<N> v = Between(p, q, (edge - p.*x) / (q.*x - p.*x));
+            [=](V const& v) { return edge < 0 ? v.*x >= edge : v.*x <= edge; },
+            [=](V const& p, V const& q) {
+                V v = Between(p, q, (edge - p.*x) / (q.*x - p.*x));
                 v.*y = YOnLine({p.*x, p.*y}, {q.*x, q.*y}, edge);
                 v.*x = edge;
                 return v;
@@ -61,40 +88,61 @@ void CutAtGuard(std::vector<Vertex<N>>& polygon, double Vertex<N>::*x, double Ve
     }
 }
 
-/// Takes a polygon from homogeneous pixel coordinates to pixels within the guard band: cuts it at
-/// the near plane, divides everything by w, and cuts again. Empty when a coordinate is not finite.
+/// Cuts a polygon to the side of a distance on which `inside` says that its points are seen.
+template <class Corners, class Inside>
+void CutAtDistance(Corners& polygon, double distance, Inside&& inside) {
+    using V = typename Corners::value_type;
+    CutPolygon(
+        polygon,
+        [&](V const& v) { return inside(v.w); },
+        [=](V const& p, V const& q) {
+            V v = Between(p, q, (distance - p.w) / (q.w - p.w));
+            v.w = distance;
+            return v;
+        });
+}
+
+/// Takes a corner from homogeneous pixel coordinates to pixels, its values divided by the distance.
 template <int N>
-void ProjectPolygon(std::vector<Vertex<N>>& polygon) {
-    bool behind = false;
-    for (Vertex<N> const& v : polygon) {
+void Project(Vertex<N>& v) {
+    v.w = 1 / v.w;
+    v.x *= v.w;
+    v.y *= v.w;
+    for (int i = 0; i < N; ++i) {
+        v.a[i] *= v.w;
+    }
+}
+
+/// Takes a polygon from homogeneous pixel coordinates to pixels within the guard band: cuts it to
+/// the depth range, divides everything by w, and cuts again. Empty when a coordinate is not finite.
+template <class Corners>
+void ProjectPolygon(Corners& polygon, DepthRange const& range) {
+    using V = typename Corners::value_type;
+    bool nearer = false;
+    bool further = false;
+    for (V const& v : polygon) {
         if (!IsFinite(HPoint{v.x, v.y, v.w})) {
             return polygon.clear();
         }
-        behind = behind || v.w < NearDistance;
+        nearer = nearer || v.w < range.nearest;
+        further = further || v.w > range.farthest;
     }
-    if (behind) {
-        CutPolygon(
-            polygon,
-            [=](Vertex<N> const& v) { return v.w >= NearDistance; },
-            [=](Vertex<N> const& p, Vertex<N> const& q) {
-                Vertex<N> v = Between(p, q, (NearDistance - p.w) / (q.w - p.w));
-                v.w = NearDistance;
-                return v;
-            });
+    if (nearer) {
+        double const nearest = range.nearest;
+        CutAtDistance(polygon, nearest, [=](double w) { return w >= nearest; });
     }
-    bool far = false;
-    for (Vertex<N>& v : polygon) {
-        v.w = 1 / v.w;
-        v.x *= v.w;
-        v.y *= v.w;
-        for (int i = 0; i < N; ++i) {
-            v.a[i] *= v.w;
-        }
-        far = far || !InGuard(v.x, v.y);
+    if (further) {
+        double const farthest = range.farthest;
+        CutAtDistance(polygon, farthest, [=](double w) { return w <= farthest; });
     }
-    if (far) {
-        CutAtGuard<N>(polygon, &Vertex<N>::x, &Vertex<N>::y);
-        CutAtGuard<N>(polygon, &Vertex<N>::y, &Vertex<N>::x);
+    bool outside = false;
+    for (V& v : polygon) {
+        Project(v);
+        outside = outside || !InGuard(v.x, v.y);
+    }
+    if (outside) {
+        CutAtGuard(polygon, &V::x, &V::y);
+        CutAtGuard(polygon, &V::y, &V::x);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/PixelLine.h"
 
 #include <vector>
@@ -14,7 +15,7 @@ namespace drivers::raster::detail {
 class ThinPen {
 public:
     /// @param pixels working storage
-    ThinPen(Target const& target, Ink const& ink, std::vector<Colour*>& pixels)
+    ThinPen(Target const& target, Ink const& ink, std::vector<PassedPixel>& pixels)
         : m_target(target), m_ink(ink), m_pixels(pixels) {}
 
     math::Rect2<int> const& Clip() const { return m_target.clip; }
@@ -23,11 +24,12 @@ public:
     void Finish();
 
 private:
+    void Blend(PassedPixel const& at);
     void MakeUnique();
 
     Target m_target;
     Ink m_ink;
-    std::vector<Colour*>& m_pixels;
+    std::vector<PassedPixel>& m_pixels;
     std::size_t m_enough = 0; ///< collected pixels at which doubles are taken out
     bool m_collects = false;
 };

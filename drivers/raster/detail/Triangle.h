@@ -5,6 +5,8 @@
 #include "drivers/raster/detail/Polygon.h"
 #include "drivers/raster/detail/TriangleWalk.h"
 
+#include <algorithm>
+
 namespace drivers::raster::detail {
 
 /// A value over a triangle, linear on the screen.
@@ -12,6 +14,16 @@ struct Slope {
     double atOrigin;
     double perX;
     double perY;
+};
+
+/// Pixels that are interpolated together.
+constexpr int RunLength = 64;
+
+/// N values at some neighbouring pixels, and how near those are.
+template <int N>
+struct Run {
+    double values[N > 0 ? N : 1][RunLength];
+    float nearness[RunLength];
 };
 
 /// The N values of a triangle, and 1 / distance when Perspective, in which case the values have
@@ -36,16 +48,27 @@ public:
             m_row[i] = m_slopes[i].atOrigin + (y + 0.5 - m_y) * m_slopes[i].perY;
         }
     }
-    /// The values at the centre of pixel x of that row.
-    void At(int x, double* values) const {
-        double const d = x + 0.5 - m_x;
-        double scale = 1;
-        if constexpr (Perspective) {
-            scale = 1 / (m_row[N] + d * m_slopes[N].perX);
+    /// How near the pixels x, x + 1, ... of that row are, at their centres.
+    void Nearness(int x, int count, float* out) const {
+        static_assert(Perspective);
+        for (int k = 0; k < count; ++k) {
+            out[k] = static_cast<float>(m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
+        }
+    }
+    /// The values at those pixels.
+    void Values(int x, int count, Run<N>& run) const {
+        double scale[RunLength];
+        for (int k = 0; k < count; ++k) {
+            scale[k] = 1;
+            if constexpr (Perspective) {
+                scale[k] = 1 / (m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
+            }
         }
         for (int i = 0; i < N; ++i) {
-            double const value = m_row[i] + d * m_slopes[i].perX;
-            values[i] = Perspective ? value * scale : value;
+            for (int k = 0; k < count; ++k) {
+                double const value = m_row[i] + (x + k + 0.5 - m_x) * m_slopes[i].perX;
+                run.values[i][k] = Perspective ? value * scale[k] : value;
+            }
         }
     }
 
@@ -70,36 +93,49 @@ private:
 
     double m_x;
     double m_y;
-    Slope m_slopes[Count];
-    double m_row[Count];
+    Slope m_slopes[Count > 0 ? Count : 1];
+    double m_row[Count > 0 ? Count : 1];
 };
 
 /// Fills one projected triangle. The shader says how many values a vertex has (Values), and draws
-/// a span with Fill() when there are none, a pixel with Put() otherwise.
-template <bool Perspective, class Shader>
+/// neighbouring pixels with Fill() when there are none, one pixel with Put() otherwise.
+template <bool Perspective, bool Depth, class Shader>
 void FillTriangle(
     Target const& target,
     Shader const& shader,
     Vertex<Shader::Values> const& a,
     Vertex<Shader::Values> const& b,
     Vertex<Shader::Values> const& c) {
+    constexpr int N = Shader::Values;
     double const area = TwiceArea(a, b, c);
     if (area == 0) {
         return;
     }
-    if constexpr (Shader::Values == 0) {
+    if constexpr (N == 0 && !Depth) {
         WalkTriangle(target.clip, a, b, c, area, [&](int y, int x0, int x1) {
-            shader.Fill(target, y, x0, x1);
+            shader.Fill(target.At(x0, y), x1 - x0);
         });
     } else {
-        Interpolation<Shader::Values, Perspective> values(a, b, c, area);
+        Interpolation<N, Perspective> values(a, b, c, area);
         WalkTriangle(target.clip, a, b, c, area, [&](int y, int x0, int x1) {
             values.Row(y);
-            Colour* pixel = target.At(x0, y);
-            for (int x = x0; x < x1; ++x, ++pixel) {
-                double at[Shader::Values];
-                values.At(x, at);
-                shader.Put(*pixel, at);
+            Run<N> run;
+            for (int x = x0; x < x1; x += RunLength) {
+                int const count = std::min(RunLength, x1 - x);
+                Colour* pixels = target.At(x, y);
+                if constexpr (Depth) {
+                    values.Nearness(x, count, run.nearness);
+                }
+                if constexpr (N == 0) {
+                    shader.FillSeen(pixels, count, run.nearness, target.NearnessAt(x, y));
+                } else {
+                    values.Values(x, count, run);
+                    for (int k = 0; k < count; ++k) {
+                        if (!Depth || IsSeen(target.NearnessAt(x, y)[k], run.nearness[k])) {
+                            shader.Put(pixels[k], run, k);
+                        }
+                    }
+                }
             }
         });
     }
@@ -110,17 +146,34 @@ template <bool Affine, class Shader>
 void DrawTriangle(
     Target const& target,
     Shader const& shader,
-    Vertex<Shader::Values> const& a,
-    Vertex<Shader::Values> const& b,
-    Vertex<Shader::Values> const& c) {
-    if (Affine && InGuard(a.x, a.y) && InGuard(b.x, b.y) && InGuard(c.x, c.y)) {
-        FillTriangle<false>(target, shader, a, b, c);
-        return;
+    DepthRange const& range,
+    Vertex<Shader::Values> a,
+    Vertex<Shader::Values> b,
+    Vertex<Shader::Values> c) {
+    auto const fill = [&](auto const& p, auto const& q, auto const& r) {
+        if constexpr (Affine) {
+            FillTriangle<false, false>(target, shader, p, q, r);
+        } else if (target.nearness != nullptr) {
+            FillTriangle<true, true>(target, shader, p, q, r);
+        } else {
+            FillTriangle<true, false>(target, shader, p, q, r);
+        }
+    };
+    // Every comparison is false for what is not a number.
+    if (Affine || (range.Has(a.w) && range.Has(b.w) && range.Has(c.w))) {
+        Vertex<Shader::Values> p[3] = {a, b, c};
+        if constexpr (!Affine) {
+            std::for_each(p, p + 3, Project<Shader::Values>);
+        }
+        if (InGuard(p[0].x, p[0].y) && InGuard(p[1].x, p[1].y) && InGuard(p[2].x, p[2].y)) {
+            fill(p[0], p[1], p[2]);
+            return;
+        }
     }
-    std::vector<Vertex<Shader::Values>> polygon{a, b, c};
-    ProjectPolygon(polygon);
+    FewCorners<Vertex<Shader::Values>> polygon(a, b, c);
+    ProjectPolygon(polygon, range);
     for (std::size_t i = 2; i < polygon.size(); ++i) {
-        FillTriangle<!Affine>(target, shader, polygon[0], polygon[i - 1], polygon[i]);
+        fill(polygon[0], polygon[i - 1], polygon[i]);
     }
 }
 

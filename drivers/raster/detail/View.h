@@ -2,6 +2,7 @@
 
 #include "drivers/raster/DrawState.h"
 #include "math/Point2.h"
+#include "math/Point3.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,10 +28,22 @@ inline bool IsFinite(HPoint const& p) {
     return IsFinite(p.x) && IsFinite(p.y) && IsFinite(p.w);
 }
 
+/// What is nearer than this to the camera, or behind it, is not drawn.
+constexpr double NearDistance = 1e-6;
+
+/// The distances in front of the camera that are drawn, both limits included.
+struct DepthRange {
+    double nearest = NearDistance;
+    double farthest = std::numeric_limits<double>::infinity();
+
+    bool Has(double distance) const { return distance >= nearest && distance <= farthest; }
+};
+
 /// World to pixels.
 struct View {
     double const* m = nullptr; ///< 3 x 4, row-major
     bool affine = false;       ///< the last row is 0 0 0 1
+    DepthRange range;
 
     HPoint Map(double x, double y) const {
         return {
@@ -93,6 +106,20 @@ void WithReader(View const& view, VertexArray const& vertices, Draw&& draw) {
 inline Colour VertexColour(VertexArray const& vertices, std::size_t index) {
     unsigned char const* c = vertices.colour + index * vertices.strideBytes;
     return {c[0], c[1], c[2], c[3]};
+}
+
+/// The position of vertex `index`, z = 0 where it has none.
+inline math::Point3<double> VertexPosition(VertexArray const& vertices, std::size_t index) {
+    auto const* p = reinterpret_cast<float const*>(
+        reinterpret_cast<unsigned char const*>(vertices.position) + index * vertices.strideBytes);
+    return {p[0], p[1], vertices.dimension == 3 ? p[2] : 0};
+}
+
+/// The normal of vertex `index`; the array must have normals.
+inline math::Point3<double> VertexNormal(VertexArray const& vertices, std::size_t index) {
+    auto const* n = reinterpret_cast<float const*>(
+        reinterpret_cast<unsigned char const*>(vertices.normal) + index * vertices.strideBytes);
+    return {n[0], n[1], n[2]};
 }
 
 /// The texture coordinates of vertex `index`; the array must have them.
