@@ -395,6 +395,10 @@ TEST_F(Camera3DDrag, SurvivesWhatMakesNoSense) {
     camera.Interact(&core, At(EventPress, 0.1F, 0.1F, ButtonLeft));
     camera.Interact(&core, At(EventMotion, 0.2F, 0.2F));
     EXPECT_EQ(camera.Params().x, -3) << "no ground, no pan";
+    camera.SetParams(Parameters());
+    camera.GetMatrix(&core, matrix);
+    camera.Interact(&core, At(EventMotion, 0.3F, 0.2F, 0, StateShift));
+    EXPECT_EQ(camera.Params().yaw, 0) << "no direction, no turn";
 }
 
 } // namespace

@@ -85,6 +85,11 @@ void CCamera3D::Recall(int index) {
     }
 }
 
+void CCamera3D::Use(int index, Parameters const& parameters) {
+    Store(index, parameters);
+    Recall(index);
+}
+
 void CCamera3D::SetKCamera(
     int index,
     double ku,
@@ -98,8 +103,7 @@ void CCamera3D::SetKCamera(
     double y,
     double z) {
     Lock const lock(m_mutex);
-    Store(index, {ku, kv / ku, pu, pv, yaw, pitch, roll, x, y, z});
-    Recall(index);
+    Use(index, {ku, kv / ku, pu, pv, yaw, pitch, roll, x, y, z});
 }
 
 void CCamera3D::SetCamera(
@@ -124,8 +128,10 @@ void CCamera3D::SetCamera(Parameters const& parameters, int index) {
 
 void CCamera3D::SetCamera(
     int index, double x, double y, double z, double width, double depth, double yaw) {
-    SetKCamera(index, z / (width / 2), z / (depth / 2), 0, 0, yaw, straightDown, 0, x, y, z);
+    double const ku = z / (width / 2);
+    double const kv = z / (depth / 2);
     Lock const lock(m_mutex);
+    Use(index, {ku, kv / ku, 0, 0, yaw, straightDown, 0, x, y, z});
     m_dragging = 0;
 }
 
@@ -424,6 +430,9 @@ void CCamera3D::Drag(Event const& event) {
 void CCamera3D::GrabAndTurn(math::Point2<float> const& pointer) {
     Vector const direction = ToVector(m_grabbedDirection);
     Vector const ray = ToVector(RayOf(pointer));
+    if (!direction.allFinite() || !ray.allFinite()) { // a focal length of 0 sees no directions
+        return;
+    }
     Parameters& c = m_current;
     for (double const h : searchWindows) {
         camera_rotation_root_finding<0> const byYaw{c.yaw, c.pitch, c.roll, direction, ray};

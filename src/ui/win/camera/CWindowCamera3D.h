@@ -27,7 +27,7 @@ namespace ui::win {
 ///
 /// Left drag: pans over the ground z = 0; with Shift it turns so that what was grabbed stays under
 /// the pointer; after LookAt() it orbits. The wheel walks, button 4 goes home. Zero focal lengths
-/// and sizes give infinite or NaN matrices, through which nothing is drawn. Any thread may call
+/// and sizes may give infinite or NaN matrices, through which nothing is drawn. Any thread may call
 /// anything here; nothing is reported.
 class CCamera3D : public CCamera {
 public:
@@ -117,7 +117,7 @@ public:
     /// Stores a calibrated camera as camera 0 and goes to it: intrinsics in pixels of an image that
     /// fills the view, y of its principal point downwards; orientation as in Parameters.
     void SetCamera(dev::TCameraParams<double, unsigned int> const& calibration);
-    /// Takes a stored set-up into use; one that was never stored leaves the present one.
+    /// Takes a stored set-up into use; one beyond the stored ones leaves the present one.
     void GoToCamera(int index);
     /// @}
 
@@ -183,6 +183,7 @@ private:
     // These expect m_mutex to be held.
     void Store(int index, Parameters const& parameters);
     void Recall(int index);
+    void Use(int index, Parameters const& parameters);
     void SetHomeAngle(double Parameters::*angle, double value);
     void Project(double gx, double gy);
     void MoveInCameraAxes(math::Point3<double> const& displacement, int mask);
