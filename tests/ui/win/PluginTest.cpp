@@ -12,6 +12,8 @@
 namespace {
 
 using namespace ui::win;
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -53,7 +55,18 @@ TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
     kiv::ini::INIFile& section = *config.ini.Node("TestGadget");
     EXPECT_FALSE(EnabledAfterConstruction(config));
     EXPECT_EQ(*section.Find("ENABLED"), "FALSE") << "written where it was missing";
-    EXPECT_EQ(output.Take(), "[II] CWindowCoreManager: Plugin `TestGadget' inserted\n");
+    EXPECT_THAT(
+        output.Take(),
+        AllOf(
+            HasSubstr("[II] CWindowCoreManager: Plugin `LOGO' inserted\n"),
+            EndsWith("[II] CWindowCoreManager: Plugin `StatusBar' inserted\n"
+                     "[II] CWindowCoreManager: Plugin `TestGadget' inserted\n")));
+    {
+        CWindowNullCore manager(Params());
+        EXPECT_TRUE(manager.FindPlugin("StatusBar")->enabled) << "whatever its section says";
+        EXPECT_FALSE(manager.FindPlugin("LOGO")->enabled);
+        EXPECT_EQ(manager.FindPlugin("HELP"), nullptr);
+    }
     section.Set("ENABLED", "true");
     EXPECT_TRUE(EnabledAfterConstruction(config));
     section.Set("ENABLED", "perhaps");
