@@ -37,6 +37,10 @@ install(
     DESTINATION ${config_folder}
 )
 
+install(FILES ${PROJECT_SOURCE_DIR}/resources/logo.png
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/quarn_ui
+)
+
 # The prefix is told from where the file lies, so that an installed tree may be moved.
 file(RELATIVE_PATH QUARN_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" QUARN_PC_PREFIX "${QUARN_PC_PREFIX}")
