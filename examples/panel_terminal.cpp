@@ -2,35 +2,97 @@
 
 #include "ui/panel/PanelManager.h"
 
+#include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <utility>
 
 namespace {
 
 using Lock = boost::lock_guard<boost::mutex>;
+using ui::widget_guid_t;
+using ui::detail::WidgetCore;
 
 ui::Backend_Registration<PanelTerminal> const g_registration("Terminal");
+
+std::string Number(widget_guid_t guid) {
+    return '#' + std::to_string(guid);
+}
+
+// What a widget may be called, the name that it is shown under first.
+std::vector<std::string> Names(widget_guid_t guid, WidgetCore const& core) {
+    std::vector<std::string> names;
+    auto const label = core.attributes.find("label");
+    if (label != core.attributes.end()) {
+        names.push_back(label->second);
+    }
+    if (!core.key.empty()) {
+        names.push_back(core.key);
+    }
+    names.push_back(Number(guid));
+    return names;
+}
+
+std::string Line(widget_guid_t guid, WidgetCore const& core) {
+    std::string line = Names(guid, core).front();
+    std::string value;
+    if (core.serializer && core.serializer->Save(value, ui::detail::AccessFrontEnd)) {
+        line += " = " + value;
+    }
+    if (!core.cls.empty()) {
+        line += "  (" + core.cls + ')';
+    }
+    for (auto const& attribute : core.attributes) {
+        line += "  " + attribute.first + "='" + attribute.second + '\'';
+    }
+    return line;
+}
+
+// Wants the registry locked.
+WidgetCore const* Find(widget_guid_t guid) {
+    try {
+        return &ui::PanelManagerInstance()->UnsafeFind(guid);
+    } catch (std::runtime_error const&) {
+        return nullptr;
+    }
+}
 
 } // namespace
 
 PanelTerminal::PanelTerminal() : PanelTerminal(std::cin, std::cout) {}
 
 PanelTerminal::PanelTerminal(std::istream& in, std::ostream& out)
-    : m_in(in), m_out(out), m_slot(ui::PanelManagerInstance()->Register(this)),
-      m_worker([this] { Work(); }) {}
+    : m_in(in), m_out(out), m_slot(ui::PanelManagerInstance()->Register(this)) {
+    TakeWhatIsShown();
+    m_worker = boost::thread([this] { Work(); });
+}
 
 PanelTerminal::~PanelTerminal() {
-    ui::PanelManagerInstance()->UnRegister(m_slot); // from here on, nothing calls back
+    std::vector<widget_guid_t> known;
     {
         Lock const lock(m_mutex);
         m_ended = true;
+        for (auto const& item : m_items) {
+            known.push_back(item.first);
+        }
     }
     m_changed.notify_all();
-    m_worker.join();
+    m_worker.join(); // first: the slot may soon be another listener's, nobody must ask for it then
+    ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
+    for (widget_guid_t const guid : known) {
+        try {
+            manager.UnRegister(guid, m_slot);
+        } catch (std::runtime_error const&) {
+            // The widget is gone.
+        }
+    }
+    manager.UnRegister(m_slot);
+    Write(m_lines);
 }
 
 void PanelTerminal::Run() {
@@ -40,70 +102,95 @@ void PanelTerminal::Run() {
     Settle();
 }
 
-void PanelTerminal::OnAttribute(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) {
+void PanelTerminal::OnAttribute(widget_guid_t guid, WidgetCore const& core) {
     Lock const lock(m_mutex);
-    Say("~ " + Line(guid, Take(guid, core)));
+    Say("~ " + Note(guid, core).line);
 }
 
-void PanelTerminal::OnUpdate(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) {
-    OnDataChanged(guid, core);
+void PanelTerminal::OnUpdate(widget_guid_t guid, WidgetCore const& core) {
+    OnAttribute(guid, core);
 }
 
-void PanelTerminal::OnDataChanged(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) {
-    Lock const lock(m_mutex);
-    Say("~ " + Line(guid, Take(guid, core)));
+void PanelTerminal::OnDataChanged(widget_guid_t guid, WidgetCore const& core) {
+    OnAttribute(guid, core);
 }
 
-bool PanelTerminal::OnShow(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) {
+bool PanelTerminal::OnShow(widget_guid_t guid, WidgetCore const& core) {
     Lock const lock(m_mutex);
-    Item& item = Take(guid, core);
-    item.visible = true;
-    Say("+ " + Line(guid, item));
-    m_questions.push_back(guid);
+    Item& item = Note(guid, core);
+    item.state = State::Shown;
+    Say("+ " + item.line);
     return true;
 }
 
-void PanelTerminal::OnHide(ui::widget_guid_t guid) {
+void PanelTerminal::OnHide(widget_guid_t guid) {
     Lock const lock(m_mutex);
-    auto const item = m_items.find(guid);
-    if (item != m_items.end()) {
-        item->second.visible = false;
-        Say("- " + Line(guid, item->second));
+    SayGone(guid);
+    m_items[guid].state = State::Hidden;
+}
+
+void PanelTerminal::OnDetach(widget_guid_t guid) {
+    Lock const lock(m_mutex);
+    SayGone(guid);
+    Forget(guid);
+}
+
+// Widgets that became visible before this front end was there.
+void PanelTerminal::TakeWhatIsShown() {
+    ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
+    for (widget_guid_t const guid : manager.Shown()) {
+        Lock const registry(manager.Mutex());
+        WidgetCore const* const core = Find(guid);
+        if (core && core->visible && !Knows(guid)) { // nor was told in the meantime
+            OnShow(guid, *core);
+        }
     }
 }
 
-void PanelTerminal::OnDetach(ui::widget_guid_t guid) {
+bool PanelTerminal::Knows(widget_guid_t guid) const {
     Lock const lock(m_mutex);
-    auto const item = m_items.find(guid);
-    if (item != m_items.end()) {
-        Say("- " + Line(guid, item->second));
-        Drop(guid);
-    }
+    return m_items.count(guid) != 0;
 }
 
-PanelTerminal::Item&
-PanelTerminal::Take(ui::widget_guid_t guid, ui::detail::WidgetCore const& core) {
-    Item& item = m_items[guid];
-    item.cls = core.cls;
-    item.key = core.key;
-    item.attributes = core.attributes;
-    item.children = core.children;
-    item.parent = core.parent;
-    item.hasValue =
-        core.serializer && core.serializer->Save(item.value, ui::detail::AccessFrontEnd);
+PanelTerminal::Item& PanelTerminal::Note(widget_guid_t guid, WidgetCore const& core) {
+    auto const entry = m_items.try_emplace(guid);
+    Item& item = entry.first->second;
+    item.line = Line(guid, core);
+    if (core.attributes.count("visible") != 0 && !core.visible) {
+        item.state = State::Hidden;
+    }
+    if (entry.second || item.children != core.children) { // children came, or left
+        m_questions.push_back(guid);
+        m_questions.insert(m_questions.end(), item.children.begin(), item.children.end());
+        item.children = core.children;
+    }
     return item;
 }
 
-// Forgets a widget and what was shown as a part of it.
-void PanelTerminal::Drop(ui::widget_guid_t guid) {
-    auto const item = m_items.find(guid);
-    if (item == m_items.end()) {
-        return;
+// What was a part of the widget may live on.
+void PanelTerminal::Forget(widget_guid_t guid) {
+    auto const item = m_items.extract(guid);
+    if (!item.empty()) {
+        auto const& children = item.mapped().children;
+        m_questions.insert(m_questions.end(), children.begin(), children.end());
     }
-    std::vector<ui::widget_guid_t> const children = std::move(item->second.children);
-    m_items.erase(item);
-    for (ui::widget_guid_t const child : children) {
-        Drop(child);
+}
+
+// Wants the registry locked.
+bool PanelTerminal::BelongsToAPanel(widget_guid_t guid) const {
+    for (; guid != ui::null_guid; guid = ui::PanelManagerInstance()->Parent(guid)) {
+        auto const item = m_items.find(guid);
+        if (item != m_items.end() && item->second.state != State::Part) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void PanelTerminal::SayGone(widget_guid_t guid) {
+    Item const& item = m_items[guid];
+    if (item.state != State::Hidden) {
+        Say("- " + (item.line.empty() ? Number(guid) : item.line));
     }
 }
 
@@ -120,46 +207,62 @@ void PanelTerminal::Work() {
         while (m_lines.empty() && m_questions.empty() && !m_ended) {
             m_changed.wait(lock);
         }
-        if (m_lines.empty() && m_questions.empty()) {
+        if (m_lines.empty() && m_ended) {
             return;
         }
         m_busy = true;
         std::deque<std::string> lines;
-        std::deque<ui::widget_guid_t> questions;
+        std::deque<widget_guid_t> questions;
         lines.swap(m_lines);
         questions.swap(m_questions);
         lock.unlock();
-        for (ui::widget_guid_t const guid : questions) {
-            AskForTree(guid);
+        for (widget_guid_t const guid : questions) {
+            Ask(guid);
         }
-        for (std::string const& line : lines) {
-            m_out << line << '\n';
-        }
-        m_out.flush();
+        Write(lines);
         lock.lock();
     }
 }
 
-// Has the manager tell of everything below a widget too, and reads what is there now.
-void PanelTerminal::AskForTree(ui::widget_guid_t guid) {
+void PanelTerminal::Write(std::deque<std::string> const& lines) {
+    for (std::string const& line : lines) {
+        m_out << line + '\n';
+    }
+    m_out.flush();
+}
+
+// Has the manager tell of everything below a widget too, and reads what is there now. Of what was
+// taken out of its panel, nothing is to be told any more.
+void PanelTerminal::Ask(widget_guid_t guid) {
     ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
-    try {
-        manager.Register(guid, m_slot);
-        Lock const registry(manager.Mutex());
-        Lock const lock(m_mutex);
-        std::vector<ui::widget_guid_t> pending{guid};
-        while (!pending.empty()) {
-            Item const& item = Take(pending.back(), manager.UnsafeFind(pending.back()));
-            pending.pop_back();
-            pending.insert(pending.end(), item.children.begin(), item.children.end());
+    boost::unique_lock<boost::mutex> registry(manager.Mutex());
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    bool const belongs = BelongsToAPanel(guid);
+    if (WidgetCore const* const core = belongs ? Find(guid) : nullptr) {
+        for (widget_guid_t const child : Note(guid, *core).children) {
+            Note(child, manager.UnsafeFind(child));
         }
+    } else {
+        Forget(guid);
+    }
+    lock.unlock();
+    registry.unlock();
+    try {
+        belongs ? manager.Register(guid, m_slot) : manager.UnRegister(guid, m_slot);
     } catch (std::runtime_error const&) {
-        // The widget went while the question was waiting; OnDetach() says so.
+        // The widget went while the question was waiting.
     }
 }
 
+// Asks about all panels again, since nobody tells of what is attached, and waits for the answers.
 void PanelTerminal::Settle() {
     boost::unique_lock<boost::mutex> lock(m_mutex);
+    for (auto const& item : m_items) {
+        if (item.second.state == State::Shown) {
+            m_questions.push_back(item.first);
+        }
+    }
+    m_changed.notify_all();
     while (m_busy || !m_lines.empty() || !m_questions.empty()) {
         m_changed.wait(lock);
     }
@@ -172,8 +275,11 @@ bool PanelTerminal::Execute(std::string const& command) {
         return false;
     }
     if (command == "list") {
+        std::vector<Row> const rows = Rows();
         Lock const lock(m_mutex);
-        Say(Listing());
+        for (Row const& row : rows) {
+            Say(row.text);
+        }
     } else if (equals != std::string::npos) {
         Set(boost::trim_copy(command.substr(0, equals)),
             boost::trim_copy(command.substr(equals + 1)));
@@ -185,25 +291,27 @@ bool PanelTerminal::Execute(std::string const& command) {
 }
 
 void PanelTerminal::Set(std::string const& name, std::string const& text) {
-    ui::widget_guid_t guid = ui::null_guid;
-    {
-        Lock const lock(m_mutex);
-        for (auto const& item : m_items) {
-            if (item.second.hasValue && Name(item.first, item.second) == name) {
-                guid = item.first;
-                break;
-            }
+    std::vector<std::string> numbers;
+    widget_guid_t guid = ui::null_guid;
+    for (Row const& row : Rows()) {
+        if (std::find(row.names.begin(), row.names.end(), name) != row.names.end()) {
+            guid = row.guid;
+            numbers.push_back(Number(guid));
         }
     }
     std::string failure;
-    try {
-        ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
-        if (!manager.Set(guid, text, ui::detail::AccessFrontEnd)) {
-            failure = "there is no `" + name + "'";
+    if (numbers.size() > 1) {
+        failure = '`' + name + "' may be " + boost::algorithm::join(numbers, " or ");
+    } else {
+        try {
+            ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
+            if (!manager.Set(guid, text, ui::detail::AccessFrontEnd)) {
+                failure = "there is no `" + name + "'";
+            }
+            manager.NotifyDataChanged(guid);
+        } catch (std::exception const& error) {
+            failure = error.what();
         }
-        manager.NotifyDataChanged(guid);
-    } catch (std::exception const& error) {
-        failure = error.what();
     }
     if (!failure.empty()) {
         Lock const lock(m_mutex);
@@ -211,48 +319,28 @@ void PanelTerminal::Set(std::string const& name, std::string const& text) {
     }
 }
 
-std::string PanelTerminal::Listing() const {
-    std::string text;
+// What is shown now, from the tops of the panels down.
+std::vector<PanelTerminal::Row> PanelTerminal::Rows() {
+    Lock const registry(ui::PanelManagerInstance()->Mutex());
+    Lock const lock(m_mutex);
+    std::vector<Row> rows;
     for (auto const& item : m_items) {
-        if (m_items.count(item.second.parent) == 0 && item.second.visible) {
-            List(item.first, 0, text);
+        widget_guid_t const parent = ui::PanelManagerInstance()->Parent(item.first);
+        if (item.second.state == State::Shown && !BelongsToAPanel(parent)) {
+            AddRows(item.first, 0, rows);
         }
     }
-    if (!text.empty()) {
-        text.pop_back();
-    }
-    return text;
+    return rows;
 }
 
-void PanelTerminal::List(ui::widget_guid_t guid, std::size_t depth, std::string& text) const {
-    auto const item = m_items.find(guid);
-    if (item == m_items.end()) {
+void PanelTerminal::AddRows(widget_guid_t guid, std::size_t depth, std::vector<Row>& rows) {
+    WidgetCore const* const core = Find(guid);
+    if (!core || m_items[guid].state == State::Hidden) {
         return;
     }
-    text += std::string(2 * depth, ' ') + Line(guid, item->second) + '\n';
-    for (ui::widget_guid_t const child : item->second.children) {
-        List(child, depth + 1, text);
+    auto names = core->serializer ? Names(guid, *core) : std::vector<std::string>();
+    rows.push_back({guid, std::move(names), std::string(2 * depth, ' ') + Line(guid, *core)});
+    for (widget_guid_t const child : core->children) {
+        AddRows(child, depth + 1, rows);
     }
-}
-
-std::string PanelTerminal::Line(ui::widget_guid_t guid, Item const& item) {
-    std::string line = Name(guid, item);
-    if (item.hasValue) {
-        line += " = " + item.value;
-    }
-    if (!item.cls.empty()) {
-        line += "  (" + item.cls + ')';
-    }
-    for (auto const& attribute : item.attributes) {
-        line += "  " + attribute.first + "='" + attribute.second + '\'';
-    }
-    return line;
-}
-
-std::string PanelTerminal::Name(ui::widget_guid_t guid, Item const& item) {
-    auto const label = item.attributes.find("label");
-    if (label != item.attributes.end()) {
-        return label->second;
-    }
-    return item.key.empty() ? '#' + std::to_string(guid) : item.key;
 }

@@ -2,16 +2,14 @@
 //
 // Change a value here ("GAIN = 2") or in the file: it shows in the other.
 
-#include "kiv/ini/INIFile.h"
+#include "ini_follower.h"
 #include "ui/panel/Backend.h"
-#include "ui/panel/Conf.h"
 #include "ui/panel/Value.h"
 #include "ui/panel/Widget.h"
 
 #include <boost/thread/thread.hpp>
 
 #include <exception>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -26,39 +24,31 @@ struct ui::var::EnumNames<Trigger> {
 
 namespace {
 
-// Loads the file when somebody else has written it, and writes it when a value was changed here.
-// Ends when interrupted.
-void Follow(kiv::ini::INIFile& ini) {
-    auto seen = std::filesystem::last_write_time(ini.FileName());
+// Ends when interrupted. What goes wrong is said once.
+void Follow(IniFollower& file) {
+    std::string said;
     for (;;) {
         boost::this_thread::sleep_for(boost::chrono::milliseconds(300));
+        std::string failure;
         try {
-            if (std::filesystem::last_write_time(ini.FileName()) != seen) {
-                ini.Load(ini.FileName());
-                seen = std::filesystem::last_write_time(ini.FileName());
-                ui::conf::Load(&ini);
-            }
-            ui::conf::Save(&ini);
-            if (ini.Modified()) {
-                ini.Save();
-                seen = std::filesystem::last_write_time(ini.FileName());
-            }
+            file.Step();
         } catch (std::exception const& error) {
-            std::cout << error.what() << std::endl;
+            failure = error.what();
         }
+        if (!failure.empty() && failure != said) {
+            std::cout << failure + '\n' << std::flush;
+        }
+        said = failure;
     }
 }
 
 void Run(std::string const& path) {
-    kiv::ini::INIFile ini;
-    if (std::filesystem::exists(path)) {
-        ini.Load(path);
-    }
-    kiv::ini::INIFile* const camera = ini.Node("CAMERA");
+    IniFollower file(path);
+    kiv::ini::INIFile* const camera = file.Ini().Node("CAMERA");
     ui::var::Value<double> const gain("GAIN", camera, 1.0, {0.0, 4.0, 0.1});
     ui::var::Value<Trigger> const trigger("TRIGGER", camera, Trigger::Free);
     ui::var::Value<math::Point2<double>> const centre("CENTRE", camera, {320.0, 240.0});
-    ini.SaveAs(path); // with the defaults of what was missing
+    file.Step(); // writes the defaults of what was missing
 
     std::unique_ptr<ui::Backend> const terminal(
         kiv::Singleton<ui::BackendFactory>::Instance()->GetAllocator("Terminal")());
@@ -70,13 +60,12 @@ void Run(std::string const& path) {
     }
     panel.Attr("visible", "TRUE");
 
-    boost::thread follower([&] { Follow(ini); });
+    boost::thread follower([&] { Follow(file); });
     terminal->Run();
     follower.interrupt();
     follower.join();
 
-    ui::conf::Save(&ini);
-    ini.Save();
+    file.Step();
     std::cout << "The camera would run with a gain of " << gain << '\n';
 }
 
