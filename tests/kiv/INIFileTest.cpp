@@ -5,7 +5,9 @@
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -53,7 +55,6 @@ protected:
         return Read();
     }
 
-private:
     tests::OutputFolder m_folder;
 };
 
@@ -335,6 +336,63 @@ TEST_F(INIFileTest, SaveKeepsLinksAndPermissionsAndLeavesNoOtherFile) {
     EXPECT_EQ(Read(), "k=2\n");
     EXPECT_EQ(fs::status(Path()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(std::distance(fs::directory_iterator(Path("")), {}), 2);
+}
+
+TEST_F(INIFileTest, SavingThroughALinkMakesTheFileItPointsAt) {
+    fs::create_directory(Path("folder"));
+    fs::create_symlink("folder/link.ini", Path("outer.ini"));
+    fs::create_symlink("../test.ini", Path("folder/link.ini"));
+    INIFile ini;
+    ini.Set("k", "1");
+    ini.SaveAs(Path("outer.ini"));
+    EXPECT_EQ(Read(), "k = 1\n");
+    EXPECT_TRUE(fs::is_symlink(Path("outer.ini")) && fs::is_symlink(Path("folder/link.ini")));
+    fs::create_symlink("circle.ini", Path("circle.ini"));
+    EXPECT_THAT(MessageOf([&] { ini.SaveAs(Path("circle.ini")); }), HasSubstr("symbolic links"));
+}
+
+TEST_F(INIFileTest, ASaveThatFailsHalfWayLeavesTheOldFileAlone) {
+    INIFile ini(Write("k=1\n"));
+    ini.Set("k", std::string(100000, 'x'));
+    struct rlimit old = {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    struct rlimit const small = {50000, old.rlim_max};
+    auto const handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    std::string const message = MessageOf([&] { ini.Save(); });
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(message, "Cannot write `" + Path() + "': File too large");
+    EXPECT_EQ(Read(), "k=1\n");
+    EXPECT_THAT(m_folder.Files(), ElementsAre("test.ini"));
+    EXPECT_TRUE(ini.Modified());
+    ini.Save();
+    EXPECT_EQ(INIFile(Path()).Get("k", "").size(), 100000U);
+}
+
+TEST_F(INIFileTest, TenMegabytesOfKeysCommentsAndGarbageAreReadAndKept) {
+    std::string content;
+    std::mt19937 random(1);
+    int keys = 0;
+    while (content.size() < 10'000'000) {
+        content += "; note\n[S" + std::to_string(random() % 500) + "]\n";
+        for (int i = 0; i < 20; ++i) {
+            content += "KEY " + std::to_string(keys++) + " = " + std::to_string(random()) + '\n';
+        }
+        for (int i = 0; i < 40; ++i) {
+            content += static_cast<char>(random());
+        }
+        content += '\n';
+    }
+    content += "[LAST]\nk=1";
+    EXPECT_TRUE(After(content, [&](INIFile& ini) {
+                    std::size_t found = 0;
+                    for (auto const& name : ini.Nodes()) {
+                        found += ini.Node(name)->Keys().size();
+                    }
+                    EXPECT_GE(found, static_cast<std::size_t>(keys));
+                    ini.Node("LAST")->Set("k", "22");
+                }) == content.substr(0, content.size() - 1) + "22");
 }
 
 } // namespace

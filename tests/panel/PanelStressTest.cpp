@@ -51,6 +51,11 @@ void UseHandles(Widget const& shared, Value<double> value, int number) {
         Widget const clone = panel.Clone();
         Widget const clonedAgain = clone;
         EXPECT_EQ(copy.Class(), "shared");
+        // Made by whoever comes first, freed by whoever goes last, and pointed at meanwhile.
+        Widget const common("common", 1000000);
+        panel.Ref(common.GUID());
+        EXPECT_EQ(common.Class(), "common");
+        EXPECT_EQ(Widget(item.GUID()).Parent().Parent().GUID(), panel.GUID());
         panel.IsActive();
         panel.Ref(item.GUID()).Attr("visible", i % 2 ? "TRUE" : "FALSE");
     }
