@@ -50,10 +50,10 @@ struct DrawState {
     bool lineSmooth = false; ///< anti-aliased lines and outlines
     bool bilinear = false;   ///< how textures are sampled; off: the nearest texel
     Texture texture;
-    bool depthTest = false;     ///< counts in views with perspective only
-    double depthNear = 0;       ///< nearest distance that is drawn with the depth test
-    double depthFar = 0;        ///< farthest; a range that is none leaves all before the camera
-    double maskDistance = 1;    ///< how far away masks are
+    bool depthTest = false;  ///< counts in views with perspective only
+    double depthNear = 0;    ///< nearest distance that is drawn with the depth test
+    double depthFar = 0;     ///< farthest; a range that is none leaves all before the camera
+    double maskDistance = 1; ///< how far away masks are
     Material material;
     std::array<Light, Lights> lights;
 };
