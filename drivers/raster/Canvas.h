@@ -3,7 +3,7 @@
 #include "cimage/PixelTypes.h"
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/OutlineScratch.h"
-#include "drivers/raster/detail/Texture.h"
+#include "drivers/raster/detail/UprightImage.h"
 #include "math/Rect2.h"
 #include "math/TMatrix.h"
 

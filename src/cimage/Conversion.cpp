@@ -132,8 +132,6 @@ void ConvertPixel(S const& s, D& d) {
 
 // ---- one row of pixels other than mosaics
 
-using RowFunction = void (*)(void const* source, void* destination, unsigned width);
-
 /// Widens three bytes a pixel to four, four pixels at a time, so long as sixteen bytes may be read.
 /// Inlined, to be compiled for the vector unit of its caller. Returns the number of pixels done.
 template <class D>
@@ -193,22 +191,22 @@ ConvertRow(void const* __restrict source, void* __restrict destination, unsigned
 }
 
 constexpr unsigned TypeCount = 18; // one more than the highest number of PixelTypes.h
-using RowFunctions = std::array<std::array<RowFunction, TypeCount>, TypeCount>; // [source][dest.]
+using RowConverters = std::array<std::array<RowConverter, TypeCount>, TypeCount>; // [source][dest.]
 
 template <class S, class... D>
-void FillRow(RowFunctions& functions) {
+void FillRow(RowConverters& functions) {
     ((functions[PixelTypeNumber<S>::value][PixelTypeNumber<D>::value] = ConvertRow<S, D>), ...);
 }
 
 template <class... P>
-RowFunctions MakeRowFunctions() {
-    RowFunctions functions{};
+RowConverters MakeRowConverters() {
+    RowConverters functions{};
     (FillRow<P, P...>(functions), ...);
     return functions;
 }
 
-RowFunction FindRowFunction(unsigned source, unsigned destination) {
-    static RowFunctions const functions = MakeRowFunctions<
+RowConverter FindPlainConverter(unsigned source, unsigned destination) {
+    static RowConverters const functions = MakeRowConverters<
         unsigned char,
         signed char,
         unsigned short,
@@ -339,7 +337,7 @@ void ConvertPixels(unsigned sourceType, CImage const& source, CImage& destinatio
     Mosaic to{};
     bool const fromMosaic = FindMosaic(sourceType, from);
     bool const toMosaic = FindMosaic(destination.Type(), to);
-    RowFunction const convertRow = FindRowFunction(
+    RowConverter const convertRow = FindPlainConverter(
         fromMosaic ? from.plainType : sourceType, toMosaic ? to.plainType : destination.Type());
     std::size_t const plainRow = source.Width() * sizeof(TRGB<uint16_t>);
     std::vector<unsigned char> demosaiced(fromMosaic ? plainRow : 0);
@@ -361,6 +359,11 @@ void ConvertPixels(unsigned sourceType, CImage const& source, CImage& destinatio
 }
 
 } // namespace
+
+RowConverter FindRowConverter(unsigned sourceType, unsigned destinationType) {
+    bool const known = sourceType < TypeCount && destinationType < TypeCount;
+    return known ? FindPlainConverter(sourceType, destinationType) : nullptr;
+}
 
 void Convert(CImage const& source, CImage& destination) {
     ConvertAs(source.Type(), source, destination);

@@ -30,6 +30,13 @@ void Convert(CImage const& source, CImage& destination);
 /// type.
 void ConvertAs(unsigned sourceType, CImage const& source, CImage& destination);
 
+/// Converts `width` pixels of one plain type to another by the same rules.
+using RowConverter = void (*)(void const* source, void* destination, unsigned width);
+
+/// The converter between two pixel types; null for mosaics and for numbers that name no type. The
+/// same type is copied.
+RowConverter FindRowConverter(unsigned sourceType, unsigned destinationType);
+
 /// As Convert, with the types known to the compiler. Returns destination.
 template <class S, class D>
 TImage<D>& operator>>(TImage<S> const& source, TImage<D>& destination) {

@@ -521,6 +521,35 @@ TEST(Canvas, StretchedImagesAgreeWithTheSameImageDrawnAsTriangles) {
     }
 }
 
+TEST(Canvas, ImagesDrawnAtHalfSizeOrLessBecomeTheMeanOfWhatAPixelCovers) {
+    // Columns of one texel, black and white in turn: picking texels out would show one of the two.
+    std::vector<unsigned char> texels(64 * 64);
+    for (std::size_t i = 0; i < texels.size(); ++i) {
+        texels[i] = i % 2 == 0 ? 0 : 255;
+    }
+    for (float const size : {32.0F, 16.0F, 1.0F}) {
+        for (bool const bilinear : {false, true}) {
+            for (bool const mirrored : {false, true}) {
+                Canvas canvas = MakeCanvas();
+                canvas.State().texture = {texels.data(), 64, 64, 64, Texture::Format::Grey8};
+                canvas.State().bilinear = bilinear;
+                canvas.Quads(
+                    Vertices(mirrored ? ImageQuad(size, size, 0, 0) : ImageQuad(0, 0, size, size)));
+                EXPECT_EQ(canvas.Read(0, 0), Colour(128, 128, 128, 255)) << size;
+                int const pixels = static_cast<int>(size * size);
+                EXPECT_EQ(LitPixels(canvas), pixels) << size;
+            }
+        }
+    }
+    // Two texels and a half a pixel: 2 * 100 + 0.5 * 200 over 2.5.
+    std::vector<unsigned char> const row{100, 100, 200, 200, 200};
+    Canvas canvas = MakeCanvas();
+    canvas.State().texture = {row.data(), 5, 1, 5, Texture::Format::Grey8};
+    canvas.Quads(Vertices(ImageQuad(0, 0, 2, 1)));
+    EXPECT_EQ(canvas.Read(0, 0).r, 120);
+    EXPECT_EQ(canvas.Read(1, 0).r, 200);
+}
+
 TEST(Canvas, BilinearSamplingMeetsTheTexelsAtTheirCentres) {
     unsigned char const grey[2] = {0, 200};
     Canvas canvas = MakeCanvas(16, 1);

@@ -55,12 +55,6 @@ struct TexelPair {
     unsigned weight; ///< of the second, in 256ths
 };
 
-/// Working storage of image drawing, kept between uses.
-struct ImageScratch {
-    std::vector<TexelPair> columns;
-    std::vector<Colour> row;
-};
-
 /// @param u in texels; not a number counts as 0
 inline int NearestTexel(double u, int size) {
     return !(u > 0) ? 0 : u >= size ? size - 1 : static_cast<int>(u);

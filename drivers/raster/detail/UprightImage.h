@@ -2,10 +2,19 @@
 
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/ImageRows.h"
 #include "drivers/raster/detail/Polygon.h"
-#include "drivers/raster/detail/Texture.h"
+
+#include <vector>
 
 namespace drivers::raster::detail {
+
+/// Working storage of image drawing, kept between uses.
+struct ImageScratch {
+    ImageRows image;
+    ImageRows::Scratch rows;
+    std::vector<Colour> row;
+};
 
 /// Draws a textured quad without perspective whose sides are rows and columns, row by row; one to
 /// one it is a copy. The corners' values are texture coordinates in texels.
