@@ -26,6 +26,7 @@ void Report(
     std::function<double()> ratio);
 
 /// One function a room; each registers its figures.
+void RegisterImageFigures();
 void RegisterWindowFigures();
 void RegisterPanelFigures();
 

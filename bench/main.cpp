@@ -133,6 +133,7 @@ int main(int argc, char** argv) {
     arguments.push_back(nullptr);
 
     bench::RegisterWindowFigures();
+    bench::RegisterImageFigures();
     bench::RegisterPanelFigures();
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
