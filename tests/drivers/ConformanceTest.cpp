@@ -614,16 +614,17 @@ TEST_P(DrawingDriver, AnimatesWhatAsksToBeDrawnAgainUntilTheWindowGoes) {
 }
 
 TEST_P(DrawingDriver, MayLoseItsLastReferenceOnItsOwnThread) {
-    boost::barrier gone(2);
+    // Shared, since the thread may still be leaving it when this test ends.
+    auto const gone = boost::make_shared<boost::barrier>(2U);
     auto const other = boost::make_shared<boost::shared_ptr<CWindow>>(
         boost::make_shared<CWindow>(MakeParams(GetParam())));
     (*other)->SendCommand(
-        new CWndCommand_Call([other, &gone](CWindowCoreManager*) {
+        new CWndCommand_Call([other, gone](CWindowCoreManager*) {
             other->reset();
-            gone.wait();
+            gone->wait();
         }),
         0);
-    gone.wait();
+    gone->wait();
     EXPECT_FALSE(*other);
 }
 
