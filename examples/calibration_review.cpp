@@ -3,6 +3,7 @@
 //
 //     calibration_review <ini file> <calibration folder> <output folder>
 
+#include "examples/calibration.h"
 #include "kiv/ini/INIFile.h"
 #include "math/Point2.h"
 #include "ui/win/CWindow.h"
@@ -12,14 +13,8 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
-#include <Eigen/Geometry>
-
-#include <array>
 #include <exception>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,8 +28,6 @@ using Point = math::Point2<float>;
 constexpr unsigned frameCount = 5;
 constexpr int frameWidth = 640;
 constexpr int frameHeight = 480;
-constexpr int boardColumns = 9;
-constexpr int boardRows = 6;
 
 constexpr Colour gridColour(64, 255, 96, 255);
 constexpr Colour boardColour(0, 64, 160, 120);
@@ -42,76 +35,11 @@ constexpr Colour originColour(255, 80, 64, 255);
 constexpr Colour paperColour(16, 24, 32, 200);
 constexpr Colour textColour(255, 255, 255, 255);
 
-struct Calibration {
-    double fx, fy, cx, cy;
-    std::array<double, 5> distortion; // k1, k2, p1, p2, k3
-    double squareSize;                // metres
-    std::vector<double> extrinsics;   // six a frame: rotation vector, translation
-    std::vector<double> error;        // reprojection error a frame, pixels
-};
-
-/// The numbers of `key` in a calibration file: of its value, or of the "data" of its matrix.
-std::vector<double> ReadNumbers(std::string const& text, std::string const& key) {
-    std::size_t const found = text.find("\n" + key + ":");
-    if (found == std::string::npos) {
-        throw std::runtime_error("calibration file: no " + key);
-    }
-    std::size_t begin = found + key.size() + 2;
-    std::size_t end = text.find('\n', begin);
-    if (text.compare(begin, 2, " !") == 0) {
-        begin = text.find('[', begin) + 1;
-        end = text.find(']', begin);
-    }
-    std::string list = text.substr(begin, end - begin);
-    for (char& c : list) {
-        c = c == ',' ? ' ' : c;
-    }
-    std::istringstream stream(list);
-    return {std::istream_iterator<double>(stream), std::istream_iterator<double>()};
-}
-
-Calibration ReadCalibration(std::string const& path) {
-    std::ifstream file(path);
-    std::string const text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (text.empty()) {
-        throw std::runtime_error("cannot read " + path);
-    }
-    std::vector<double> const k = ReadNumbers(text, "camera_matrix");
-    std::vector<double> const d = ReadNumbers(text, "distortion_coefficients");
-    Calibration c{};
-    c.extrinsics = ReadNumbers(text, "extrinsic_parameters");
-    c.error = ReadNumbers(text, "per_view_reprojection_errors");
-    if (k.size() != 9 || d.size() != 5 || c.extrinsics.size() < 6 * frameCount ||
-        c.error.size() < frameCount) {
-        throw std::runtime_error("calibration file: unexpected sizes in " + path);
-    }
-    c.fx = k[0];
-    c.cx = k[2];
-    c.fy = k[4];
-    c.cy = k[5];
-    std::copy(d.begin(), d.end(), c.distortion.begin());
-    c.squareSize = ReadNumbers(text, "square_size").at(0);
-    return c;
-}
-
-/// Where a point of the board appears in a frame, by the pinhole model with radial and tangential
-/// lens distortion (Brown, "Decentering distortion of lenses", 1966).
+/// Where a point of the board appears in a frame.
 /// @param column,row board coordinates in squares, (0, 0) is the first inner corner
 Point Project(Calibration const& c, unsigned frame, double column, double row) {
-    double const* e = c.extrinsics.data() + std::size_t{6} * frame;
-    Eigen::Vector3d const rotation(e[0], e[1], e[2]);
-    Eigen::AngleAxisd const turn(rotation.norm(), rotation.normalized());
-    Eigen::Vector3d const p = turn * Eigen::Vector3d(column * c.squareSize, row * c.squareSize, 0) +
-                              Eigen::Vector3d(e[3], e[4], e[5]);
-    double const x = p.x() / p.z();
-    double const y = p.y() / p.z();
-    double const r2 = x * x + y * y;
-    auto const& [k1, k2, p1, p2, k3] = c.distortion;
-    double const radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
-    double const u = x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x);
-    double const v = y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y;
-    // The calibration counts pixel centres as whole numbers; windows count pixel corners.
-    return {static_cast<float>(c.fx * u + c.cx + 0.5), static_cast<float>(c.fy * v + c.cy + 0.5)};
+    Eigen::Vector3d const p = BoardToCamera(c, frame) * BoardPoint(c, column, row);
+    return ThroughTheLens(c, p.x() / p.z(), p.y() / p.z());
 }
 
 /// A curve along the board: straight there, bent by the lens in the frame.
@@ -134,19 +62,19 @@ void DrawGrid(CWindow& window, Calibration const& c, unsigned frame) {
     window.SetLineSmoothing(true);
     window.SetLineWidth(1.5);
     window.SetColor(gridColour);
-    for (int row = 0; row < boardRows; ++row) {
-        DrawBoardLine(window, c, frame, {0.0, 1.0 * row}, {boardColumns - 1.0, 1.0 * row});
+    for (int row = 0; row < c.rows; ++row) {
+        DrawBoardLine(window, c, frame, {0.0, 1.0 * row}, {c.columns - 1.0, 1.0 * row});
     }
-    for (int column = 0; column < boardColumns; ++column) {
-        DrawBoardLine(window, c, frame, {1.0 * column, 0.0}, {1.0 * column, boardRows - 1.0});
+    for (int column = 0; column < c.columns; ++column) {
+        DrawBoardLine(window, c, frame, {1.0 * column, 0.0}, {1.0 * column, c.rows - 1.0});
     }
 }
 
 void DrawCorners(CWindow& window, Calibration const& c, unsigned frame) {
     window.SetFontSize(11, false);
     window.SetTextAlign(AlignLeft, AlignBaseline);
-    for (int i = 0; i < boardColumns * boardRows; ++i) {
-        Point const p = Project(c, frame, i % boardColumns, i / boardColumns);
+    for (int i = 0; i < c.columns * c.rows; ++i) {
+        Point const p = Project(c, frame, i % c.columns, i / c.columns);
         window.SetColor(i == 0 ? originColour : gridColour);
         window.DrawCircle(p.x, p.y, i == 0 ? 4 : 2, false);
         window.SetColor(textColour);
@@ -159,8 +87,8 @@ void DrawBoardSurface(CWindow& window, Calibration const& c, unsigned frame) {
     window.SetBlend(BlendAlpha);
     window.SetColor(boardColour);
     std::vector<Point> quads;
-    for (int row = -1; row < boardRows; ++row) {
-        for (int column = -1; column < boardColumns; ++column) {
+    for (int row = -1; row < c.rows; ++row) {
+        for (int column = -1; column < c.columns; ++column) {
             quads.push_back(Project(c, frame, column, row));
             quads.push_back(Project(c, frame, column + 1, row));
             quads.push_back(Project(c, frame, column + 1, row + 1));
@@ -182,7 +110,7 @@ void DrawLegend(CWindow& window, Calibration const& c, unsigned frame) {
     window.DrawRectangle(0, 0, 1, 1);
     window.SetTextAlign(AlignLeft, AlignCentre);
     window.SetFontSize(20, false);
-    window.DrawTextf(0.04, 0.2, "Frame %u: chessboard %d × %d", frame + 1, boardColumns, boardRows);
+    window.DrawTextf(0.04, 0.2, "Frame %u: chessboard %d × %d", frame + 1, c.columns, c.rows);
     window.SetFontSize(15, false);
     window.DrawTextf(
         0.04, 0.46, "f = (%.1f, %.1f) px, c = (%.1f, %.1f) px", c.fx, c.fy, c.cx, c.cy);
@@ -232,6 +160,9 @@ void RestorePlace(CWindow& window) {
 
 void Review(kiv::ini::INIFile& ini, std::string const& folder) {
     Calibration const calibration = ReadCalibration(folder + "/left_intrinsics.yml");
+    if (calibration.Frames() < frameCount) {
+        throw std::runtime_error("calibration file: frames are missing");
+    }
     CWindow window("Calibration review", frameWidth, frameHeight, StateVisible);
     RestorePlace(window);
     for (unsigned frame = 0; frame < frameCount; ++frame) {
