@@ -61,9 +61,9 @@ struct NavigationPad : testing::Test {
 TEST_F(NavigationPad, RepeatsFromClickToClick) {
     std::atomic<unsigned> frames{0};
     window.Subscribe_RefreshComplete([&](cimage::CImage const&) { ++frames; });
-    Click(51, 45); // beside it
+    Click(51, 35); // beside it
     EXPECT_FALSE(PadButton(plusYaw).IsRunning());
-    Click(50, 45); // its last pixel
+    Click(50, 35); // its last pixel
     EXPECT_TRUE(PadButton(plusYaw).IsRunning());
     EXPECT_TRUE(Eventually([&] { return Yaw() < -0.025 && frames > 2; })) << "crossed: backwards";
     Click(60, 80); // the roll is cleared beside it
