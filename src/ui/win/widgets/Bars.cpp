@@ -1,6 +1,7 @@
 #include "ui/win/widgets/Bars.h"
 
 #include "ui/win/CWindow.h"
+#include "ui/win/widgets/detail/CurrentColour.h"
 
 #include <algorithm>
 #include <array>
@@ -18,12 +19,10 @@ class KeptStyle {
 public:
     explicit KeptStyle(CWindowCore& core)
         : m_core(core), m_horizontal(core.HorizontalTextAlign()),
-          m_vertical(core.VerticalTextAlign()), m_hasColour(core.GetColor(&m_colour)) {}
+          m_vertical(core.VerticalTextAlign()), m_colour(detail::CurrentColour(&core)) {}
     ~KeptStyle() {
         m_core.SetTextAlign(m_horizontal, m_vertical);
-        if (m_hasColour) {
-            m_core.SetColor(m_colour);
-        }
+        m_core.SetColor(m_colour);
     }
     KeptStyle(KeptStyle const&) = delete;
     KeptStyle& operator=(KeptStyle const&) = delete;
@@ -33,7 +32,6 @@ private:
     _TextAlign_t m_horizontal;
     _TextAlign_t m_vertical;
     CWindowCore::Colour m_colour;
-    bool m_hasColour;
 };
 
 bool IsDrawable(Area const& area) {

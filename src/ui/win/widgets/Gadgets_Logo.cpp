@@ -33,13 +33,11 @@ struct RotationName {
 };
 constexpr RotationName rotations[] = {{"NONE", 0}, {"SLOW", 0.25F}, {"NORMAL", 1}, {"FAST", 4}};
 
-void Complain(char const* signature, std::string const& message) {
-    kiv::Diagnose("[WW]", signature, message);
-}
-
-/// A number of the section; one that cannot be read or is not finite is reported and not taken.
+/// A number of the section; one that cannot be read or is not finite is reported, as by the
+/// function of that signature, and not taken.
 template <class T>
-T ReadNumber(kiv::ini::INIFile const& section, char const* key, T defaultValue) {
+T ReadNumber(
+    char const* signature, kiv::ini::INIFile const& section, char const* key, T defaultValue) {
     T value = defaultValue;
     bool readable = true;
     try {
@@ -49,8 +47,9 @@ T ReadNumber(kiv::ini::INIFile const& section, char const* key, T defaultValue) 
         readable = false;
     }
     if (!readable) {
-        Complain(
-            BOOST_CURRENT_FUNCTION,
+        kiv::Diagnose(
+            "[WW]",
+            signature,
             std::string("`") + key + "' of section " + section.Name() +
                 " is no number: " + section.Find(key).value_or(""));
     }
@@ -90,9 +89,9 @@ double Coordinate(Side side, double extent, double size) {
 } // namespace
 
 Logo::Logo(kiv::ini::INIFile& section) : m_configuration(&section) {
-    m_width = ReadNumber(section, "SIZE", 32.0F);
+    m_width = ReadNumber(BOOST_CURRENT_FUNCTION, section, "SIZE", 32.0F);
     m_location = FindLocation(section.Get("LOCATE", logolocation[southWest]));
-    m_alpha = ReadNumber(section, "ALPHA", 127);
+    m_alpha = ReadNumber(BOOST_CURRENT_FUNCTION, section, "ALPHA", 127);
     ReadRotation();
     LoadImage();
 }
