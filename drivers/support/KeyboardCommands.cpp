@@ -3,7 +3,9 @@
 #include "drivers/support/CThreadedCoreManager.h"
 #include "ui/win/Keys.h"
 #include "ui/win/camera/CWindowCamera2D.h"
+#include "ui/win/widgets/Gadgets.h"
 
+#include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
 
 #include <algorithm>
@@ -75,13 +77,48 @@ void ResizeToQuarters(CThreadedCoreManager& window, std::uint32_t quarters) {
         std::max(1U, window.ContentHeight() * quarters / 4));
 }
 
+using ui::win::StatusBar;
+
+/// The window's gadget of a name; windows without a configuration get theirs here.
+template <class Make>
+ui::win::CWindowCoreManager::Plugin&
+FindOrInsert(CThreadedCoreManager& window, char const* name, Make const& make) {
+    ui::win::CWindowCoreManager::Plugin* const plugin = window.FindPlugin(name);
+    return plugin != nullptr ? *plugin : *window.InsertPlugin(make(), false);
+}
+
+void ToggleHelp(CThreadedCoreManager& window) {
+    auto& help = FindOrInsert(window, "HELP", [] { return boost::make_shared<ui::win::Help>(); });
+    help.enabled = !help.enabled;
+}
+
+/// Shows a bar, or none when it is that one already.
+void ToggleBar(CThreadedCoreManager& window, std::int32_t mode) {
+    auto& plugin = FindOrInsert(window, "StatusBar", [] {
+        kiv::ini::INIFile noSettings;
+        return boost::make_shared<StatusBar>(noSettings);
+    });
+    if (auto const bar = boost::dynamic_pointer_cast<StatusBar>(plugin.widget)) {
+        bool const shown = plugin.enabled && bar->GetMode() == mode;
+        bar->SetMode(shown ? StatusBar::ModeNone : mode);
+        plugin.enabled = true;
+    }
+}
+
 struct Command {
     std::uint32_t key;
     void (*run)(CThreadedCoreManager& window);
 };
 
 using Window = CThreadedCoreManager;
-constexpr std::array<Command, 13> commands = {{
+constexpr std::array<Command, 20> commands = {{
+    {'h', ToggleHelp},
+    {ui::win::KeyF1, [](Window& w) { ToggleBar(w, StatusBar::ModeWindow); }},
+    {ui::win::KeyF2, [](Window& w) { ToggleBar(w, StatusBar::ModeRuler); }},
+    {ui::win::KeyF3, [](Window& w) { ToggleBar(w, StatusBar::ModeMouse); }},
+    {ui::win::KeyF4, [](Window& w) { ToggleBar(w, StatusBar::ModeRefresh); }},
+    {ui::win::KeyF5, [](Window& w) { ToggleBar(w, StatusBar::ModePerformance); }},
+    {ui::win::KeyF6, [](Window& w) { ToggleBar(w, StatusBar::ModeUser); }},
     {'f', [](Window& w) { w.SetFullScreenMode((w.Flags() & ui::win::StateFullScreen) == 0); }},
     {'s', [](Window& w) { w.SaveStatusOnDisk(); }},
     {'l', [](Window& w) { w.LoadAndApplyStatusFromDisk(); }},

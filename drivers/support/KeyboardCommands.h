@@ -11,6 +11,9 @@ class CThreadedCoreManager;
 ///
 /// | key          | command                                                            |
 /// | ------------ | ------------------------------------------------------------------ |
+/// | h            | help screen on or off                                              |
+/// | F1 .. F6     | status bar: window, ruler, mouse, refresh, performance, user text; |
+/// |              | the key of the bar that is shown hides it                          |
 /// | f            | full-screen mode on or off                                         |
 /// | 1 .. 8       | window size: that many quarters of the requested size              |
 /// | s, l         | save, restore position and size                                    |

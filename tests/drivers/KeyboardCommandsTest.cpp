@@ -3,8 +3,11 @@
 #include "support/IniGuard.h"
 #include "ui/win/Keys.h"
 #include "ui/win/camera/CWindowCamera2D.h"
+#include "ui/win/widgets/Gadgets.h"
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -62,6 +65,68 @@ TEST_F(KeyboardCommands, AreOnlyCtrlKeysOfWindowsThatAllowThem) {
     window.EnableKeyboardHandle(false);
     EXPECT_TRUE(Press('f'));
     EXPECT_TRUE(Press('m'));
+}
+
+TEST_F(KeyboardCommands, ToggleTheBarsAndTheHelpScreen) {
+    struct Shown {
+        int bar = 0; // of an enabled status bar
+        bool help = false;
+    };
+    auto const shown = [this] {
+        Shown result;
+        OnBackend(window, [&](CWindowCoreManager& manager) {
+            if (auto const* bar = manager.FindPlugin("StatusBar"); bar && bar->enabled) {
+                result.bar = dynamic_cast<StatusBar&>(*bar->widget).GetMode();
+            }
+            auto const* help = manager.FindPlugin("HELP");
+            result.help = help != nullptr && help->enabled;
+        });
+        return result;
+    };
+    struct Step {
+        std::uint32_t key;
+        int bar;
+        bool help;
+    };
+    for (Step const& step :
+         {Step{KeyF1, 1, false},
+          Step{KeyF2, 2, false},
+          Step{KeyF2, 0, false},
+          Step{KeyF3, 3, false},
+          Step{'h', 3, true},
+          Step{KeyF4, 4, true},
+          Step{KeyF5, 5, true},
+          Step{KeyF6, 6, true},
+          Step{'H', 6, false},
+          Step{'g', 0, false},
+          Step{KeyF6, 6, false},
+          Step{KeyF6, 0, false},
+          Step{'h', 0, true}}) {
+        EXPECT_FALSE(Press(step.key));
+        EXPECT_EQ(shown().bar, step.bar) << "key " << step.key;
+        EXPECT_EQ(shown().help, step.help) << "key " << step.key;
+    }
+    EXPECT_EQ(PixelAt(window, 20, 20), RGB(255, 255, 255)) << "drawn without another refresh";
+    EXPECT_TRUE(Press(KeyF7));
+    EXPECT_TRUE(Press(KeyF1, 0));
+}
+
+TEST_F(KeyboardCommands, UseTheStatusBarOfTheConfiguration) {
+    IniGuard config;
+    CWindow configured(MakeParams("Offscreen", 64, 48, StateKeyboard));
+    Event event = MakeEvent(EventKey);
+    event.key = KeyF2;
+    event.state = StateCtrl;
+    configured.InjectEvent(event);
+    OnBackend(configured, [](CWindowCoreManager& manager) {
+        auto const bars = std::count_if(
+            manager.Plugins().begin(), manager.Plugins().end(), [](auto const& plugin) {
+                return std::string(plugin.widget->getName()) == "StatusBar";
+            });
+        EXPECT_EQ(bars, 1);
+        auto& bar = *manager.FindPlugin("StatusBar");
+        EXPECT_EQ(dynamic_cast<StatusBar&>(*bar.widget).GetMode(), StatusBar::ModeRuler);
+    });
 }
 
 TEST_F(KeyboardCommands, ResizeInQuartersOfTheRequestedSize) {
