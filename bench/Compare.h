@@ -29,5 +29,6 @@ void Report(
 void RegisterImageFigures();
 void RegisterWindowFigures();
 void RegisterPanelFigures();
+void RegisterGadgetFigures();
 
 } // namespace bench

@@ -135,6 +135,7 @@ int main(int argc, char** argv) {
     bench::RegisterWindowFigures();
     bench::RegisterImageFigures();
     bench::RegisterPanelFigures();
+    bench::RegisterGadgetFigures();
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
