@@ -1,4 +1,4 @@
-// Draws every gadget and widget in each of its states into one picture.
+// Draws every gadget in each of its states into one picture.
 //
 //     contact_sheet <resource folder> <output folder>
 
