@@ -112,6 +112,10 @@ bool CThreadedCoreManager::Refresh(bool wait) {
     return true;
 }
 
+void CThreadedCoreManager::CallOnThread(boost::function<void()> const& function) {
+    m_thread->Call(this, function);
+}
+
 void CThreadedCoreManager::Drain() {
     m_thread->Rest(this);
 }
@@ -163,6 +167,7 @@ void CThreadedCoreManager::Serve(SPCommand const& command) {
 }
 
 time_duration CThreadedCoreManager::FinishBatch() {
+    Guard("Input", [this] { TakeInput(); });
     FireTimers();
     if (m_refreshRequested) {
         DrawFrame();
@@ -240,6 +245,8 @@ bool CThreadedCoreManager::OnEvent(Event& event) {
         event.type == ui::win::EventRelease) {
         m_pointerX = event.screenX;
         m_pointerY = event.screenY;
+    } else if (event.type == ui::win::EventWindow && event.key == ui::win::WindowPointerLeft) {
+        m_pointerX = m_pointerY = -1;
     }
     return m_keyboard.Handle(*this, event) || CWindowCoreManager::OnEvent(event);
 }

@@ -48,7 +48,7 @@ public:
     bool Interpolates() const { return m_interpolate; }
     void SetInterpolation(bool interpolate);
     /// Flips bits of the window-state word.
-    void ToggleState(std::uint32_t bits) { m_flags ^= bits; }
+    virtual void ToggleState(std::uint32_t bits) { m_flags ^= bits; }
     /// Last pointer position, window pixels; outside the window before the first event.
     int PointerX() const { return m_pointerX; }
     int PointerY() const { return m_pointerY; }
@@ -63,6 +63,8 @@ protected:
     virtual void FinishFrame() {}
     /// Shows the finished picture.
     virtual void Present() {}
+    /// Delivers what the window system reported for this window. After the commands of a batch.
+    virtual void TakeInput() {}
     /// The largest window: edge and area in pixels.
     virtual bool CanShow(std::int64_t width, std::int64_t height) const;
     /// @}
@@ -70,6 +72,10 @@ protected:
     Colour BackgroundColor() const { return m_background; }
     /// Draws now if layers, size or background changed since the last picture.
     void EnsureFrame();
+    boost::shared_ptr<RenderThread> const& Thread() const { return m_thread; }
+    /// Runs a function on the render thread while this object is not yet shared, or no longer, and
+    /// waits for it; what it throws is thrown here.
+    void CallOnThread(boost::function<void()> const& function);
     /// The picture no longer shows what it should; the next one that is asked for is drawn anew.
     void Invalidate() { m_stale = true; }
     /// Takes the window out of its thread's service and does what was still queued, on the calling

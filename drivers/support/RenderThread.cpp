@@ -1,6 +1,11 @@
 #include "drivers/support/RenderThread.h"
 
+#include "ui/win/CWindowCommands.h"
+
+#include <boost/make_shared.hpp>
+
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace drivers::support {
@@ -15,24 +20,50 @@ using Lock = boost::unique_lock<boost::mutex>;
 RenderThread::~RenderThread() = default;
 
 void RenderThread::Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command) {
-    RenderClient const* const key = client.get();
+    Enqueue({client.get(), client, false}, {client.get(), client, std::move(command)});
+}
+
+void RenderThread::Call(RenderClient const* client, boost::function<void()> const& function) {
+    if (IsCurrent()) {
+        function();
+        return;
+    }
+    boost::this_thread::disable_interruption const uninterrupted;
+    std::exception_ptr failure;
+    auto const command =
+        boost::make_shared<ui::win::CWndCommand_Call>([&](ui::win::CWindowCoreManager*) {
+            try {
+                function();
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        });
+    Enqueue({client, {}, true}, {client, {}, command, true});
+    command->Suspend();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+void RenderThread::Enqueue(Client const& client, Entry entry) {
     {
         Lock const lock(m_mutex);
-        auto const known = std::find_if(
-            m_clients.begin(), m_clients.end(), [key](Client const& c) { return c.key == key; });
+        auto const known = std::find_if(m_clients.begin(), m_clients.end(), [&](Client const& c) {
+            return c.key == client.key;
+        });
         if (known == m_clients.end()) {
-            m_clients.push_back({key, client, false});
-        } else {
-            known->resting = false;
+            m_clients.push_back(client);
+        } else if (!entry.isCall) {
+            *known = client;
         }
-        m_queue.push_back({key, client, std::move(command)});
+        m_queue.push_back(std::move(entry));
         if (!m_thread.joinable()) {
             // The thread shares this object: it may outlive its last window's destruction.
             m_thread = boost::thread([self = shared_from_this()] { self->Run(); });
             m_threadId = m_thread.get_id();
         }
     }
-    m_work.notify_all();
+    Wake();
 }
 
 std::vector<ui::win::SPCommand> RenderThread::Retire(RenderClient const* client) {
@@ -56,7 +87,7 @@ std::vector<ui::win::SPCommand> RenderThread::Retire(RenderClient const* client)
             m_threadId = boost::thread::id();
         }
     }
-    m_work.notify_all();
+    Wake();
     if (finished.joinable()) {
         if (finished.get_id() == boost::this_thread::get_id()) {
             finished.detach();
@@ -96,30 +127,53 @@ bool RenderThread::IsCurrent() const {
 void RenderThread::Run() {
     time_duration timeout(boost::posix_time::not_a_date_time);
     for (std::size_t batchSize = 0; WaitForWork(timeout, batchSize);) {
+        TakeInput();
         for (; batchSize > 0; --batchSize) {
             ServeNext();
         }
         timeout = FinishBatch();
         EndBatch();
     }
+    End();
     EndBatch();
 }
 
 bool RenderThread::WaitForWork(time_duration timeout, std::size_t& batchSize) {
-    Lock lock(m_mutex);
-    if (timeout.is_not_a_date_time()) {
-        while (m_queue.empty() && IsRunning()) {
-            m_work.wait(lock);
-        }
-    } else if (m_queue.empty() && IsRunning()) {
-        m_work.timed_wait(lock, timeout); // an early wake-up only makes an empty batch
+    bool idle = false;
+    {
+        Lock const lock(m_mutex);
+        idle = m_queue.empty() && IsRunning();
     }
+    if (idle) {
+        Sleep(timeout);
+    }
+    Lock const lock(m_mutex);
     if (!IsRunning()) {
         return false;
     }
+    m_woken = false;
     batchSize = m_queue.size();
     m_serving = true;
     return true;
+}
+
+void RenderThread::Sleep(time_duration timeout) {
+    Lock lock(m_mutex);
+    if (timeout.is_not_a_date_time()) {
+        while (!m_woken && IsRunning()) {
+            m_work.wait(lock);
+        }
+    } else if (!m_woken && IsRunning()) {
+        m_work.timed_wait(lock, timeout);
+    }
+}
+
+void RenderThread::Wake() {
+    {
+        Lock const lock(m_mutex);
+        m_woken = true;
+    }
+    m_work.notify_all();
 }
 
 void RenderThread::ServeNext() {
@@ -133,10 +187,15 @@ void RenderThread::ServeNext() {
         entry = std::move(m_queue.front());
         m_queue.pop_front();
         client = entry.client.lock();
-        if (!client) {
+        if (!client && !entry.isCall) {
             m_orphans.push_back(std::move(entry)); // its window is about to retire
             return;
         }
+    }
+    if (entry.isCall) {
+        entry.command->Execute(nullptr);
+        entry.command->Complete();
+        return;
     }
     client->Serve(entry.command);
     entry.command.reset();

@@ -4,6 +4,7 @@
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/enable_shared_from_this.hpp>
+#include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
@@ -35,12 +36,17 @@ public:
 class RenderThread : public boost::enable_shared_from_this<RenderThread> {
 public:
     RenderThread() = default;
-    ~RenderThread();
+    virtual ~RenderThread();
     RenderThread(RenderThread const&) = delete;
     RenderThread& operator=(RenderThread const&) = delete;
 
     /// Queues a command for a window; the first one starts the thread. Any thread.
     void Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command);
+
+    /// Runs a function on the thread, after what is queued, and waits for it; what it throws is
+    /// thrown here. For a window that cannot be shared yet, or any more: it becomes one of the
+    /// thread's windows, until Retire(). At once on the thread itself.
+    void Call(RenderClient const* client, boost::function<void()> const& function);
 
     /// Takes a window that is being destroyed out of service: once this returns the thread does
     /// nothing more for it. Without windows the thread ends, and is waited for unless it is the
@@ -56,11 +62,27 @@ public:
     /// True on the thread itself.
     bool IsCurrent() const;
 
+protected:
+    /// @name What a thread with a window system does otherwise; the base knows commands only
+    /// @{
+
+    /// Last on the thread.
+    virtual void End() {}
+    /// Before every batch: takes what the window system has reported.
+    virtual void TakeInput() {}
+    /// Sleeps until Wake() or until the time, when one is set, has passed. An early return only
+    /// makes an empty batch.
+    virtual void Sleep(boost::posix_time::time_duration timeout);
+    /// Ends a Sleep() that is under way, or the next one. Any thread.
+    virtual void Wake();
+    /// @}
+
 private:
     struct Entry {
         RenderClient const* key; // tells windows apart that cannot be locked any more
         boost::weak_ptr<RenderClient> client;
         ui::win::SPCommand command;
+        bool isCall = false; // the thread's own to execute
     };
     struct Client {
         RenderClient const* key;
@@ -68,6 +90,7 @@ private:
         bool resting;
     };
 
+    void Enqueue(Client const& client, Entry entry);
     void Run();
     bool WaitForWork(boost::posix_time::time_duration timeout, std::size_t& batchSize);
     void ServeNext();
@@ -82,6 +105,7 @@ private:
     std::deque<Entry> m_queue;
     std::deque<Entry> m_orphans; // came to their turn after the last reference to the window went
     std::vector<Client> m_clients;
+    bool m_woken = false;
     bool m_serving = false;         // a batch is under way
     std::uint64_t m_batchCount = 0; // batches that ended
     boost::thread m_thread;

@@ -8,6 +8,7 @@
 
 #include <boost/current_function.hpp>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -16,6 +17,9 @@ namespace ui::win {
 namespace {
 
 constexpr char nullDriver[] = "None";
+constexpr char autoDriver[] = "Auto";
+/// Environment variable with a driver list, for whoever starts a program.
+constexpr char driverVariable[] = "QUARN_DRIVER";
 
 CreationParams MakeParams(
     std::string const& driver,
@@ -35,6 +39,25 @@ CreationParams MakeParams(
     params.camera = boost::make_shared<CCamera2D>(0, 0, width, height, 0.0);
     params.flags = static_cast<std::uint32_t>(windowState);
     return params;
+}
+
+using SPManager = boost::shared_ptr<CWindowCoreManager>;
+
+/// @return null, with the reason, when the driver is not there or no display answers
+SPManager TryDriver(std::string const& driver, CreationParams const& params, std::string& reason) {
+    DriverCreator const creator = FindDriver(driver);
+    if (!creator) {
+        reason = "there is no driver '" + driver + "'";
+        return {};
+    }
+    try {
+        SPManager const backend(creator(params));
+        backend->SetDriverName(driver);
+        return backend;
+    } catch (DriverUnavailable const& unavailable) {
+        reason = "driver '" + driver + "' is not available: " + unavailable.what();
+        return {};
+    }
 }
 
 } // namespace
@@ -76,8 +99,18 @@ bool CWindow::ResetWindow(CreationParams const& params) {
 }
 
 int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const& params) {
-    DriverCreator const creator = FindDriver(driver);
-    if (!creator) {
+    bool const choose = driver == autoDriver;
+    std::string reason = "a display answers";
+    SPManager backend = TryDriver(choose ? "SDL" : driver, params, reason);
+    if (choose) {
+        std::string const taken = backend ? "SDL" : "Offscreen";
+        kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, "Driver Auto takes " + taken + ": " + reason);
+        backend = backend ? backend : TryDriver(taken, params, reason);
+    }
+    if (!backend) {
+        if (FindDriver(driver)) {
+            kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, "CWindow " + reason);
+        }
         kiv::Diagnose(
             "[EE]", BOOST_CURRENT_FUNCTION, "CWindow driver '" + driver + "' not found: ");
         std::string available = "Available driver are: ";
@@ -87,8 +120,6 @@ int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const&
         kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, available);
         throw std::runtime_error("CWindow driver unknown. See list of available driver above");
     }
-    boost::shared_ptr<CWindowCoreManager> const backend(creator(params));
-    backend->SetDriverName(driver);
     m_backends.push_back(backend);
     return static_cast<int>(m_backends.size()) - 1;
 }
@@ -116,6 +147,10 @@ bool CWindow::setINIFile(kiv::ini::INIFile* ini) {
     std::string drivers = nullDriver;
     if (ini != nullptr) {
         ini->Lookup("GUI DRIVER", drivers);
+    }
+    char const* const wanted = std::getenv(driverVariable);
+    if (wanted != nullptr && *wanted != '\0') {
+        drivers = wanted;
     }
     setDriver(drivers);
     return true;

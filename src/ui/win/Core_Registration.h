@@ -8,6 +8,7 @@
 
 #include <boost/function.hpp>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,13 @@ using DriverFactory = kiv::Factory<std::string, CWindowCoreManager, DriverCreato
 
 template <class Manager>
 using Core_Registration = kiv::ObjectRegistrar<DriverFactory, Manager>;
+
+/// Thrown by a driver's constructor when there is nothing to show windows on: no display answers.
+/// The driver "Auto" takes another one then; for the driver itself it is as if it were not there.
+class DriverUnavailable : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 /// The registered creator of a driver, after loading its module when the name is not known yet:
 /// quarn_driver_<name in lower case>, looked for in the folders of the environment variable

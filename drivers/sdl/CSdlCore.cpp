@@ -1,0 +1,591 @@
+#include "drivers/sdl/CSdlCore.h"
+
+#include "drivers/sdl/Keyboard.h"
+#include "ui/win/Core_Registration.h"
+
+#include <SDL2/SDL_syswm.h>
+
+#ifdef QUARN_SDL_X11
+#include <X11/Xutil.h>
+#endif
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace drivers::sdl {
+
+using namespace ui::win;
+
+namespace {
+
+Core_Registration<CSdlCore> const registrar("SDL");
+
+/// A size of the given proportions that keeps the edge which was changed more.
+std::pair<int, int> WithAspect(
+    std::pair<int, int> size,
+    std::pair<int, int> before,
+    std::uint32_t width,
+    std::uint32_t height) {
+    auto const [w, h] = size;
+    double const ratio = static_cast<double>(width) / height;
+    int const widthOfH = std::max(1, static_cast<int>(std::lround(h * ratio)));
+    int const heightOfW = std::max(1, static_cast<int>(std::lround(w / ratio)));
+    if (w == widthOfH || h == heightOfW) {
+        return size; // as near as whole pixels come
+    }
+    bool const byWidth = std::abs(w - before.first) * ratio >= std::abs(h - before.second);
+    return byWidth ? std::pair(w, heightOfW) : std::pair(widthOfH, h);
+}
+
+#ifdef QUARN_SDL_X11
+/// @return false for a window of another video driver
+bool GetX11(SDL_Window* window, Display*& display, ::Window& number) {
+    SDL_SysWMinfo info;
+    SDL_VERSION(&info.version);
+    if (SDL_GetWindowWMInfo(window, &info) != SDL_TRUE || info.subsystem != SDL_SYSWM_X11) {
+        return false;
+    }
+    display = info.info.x11.display;
+    number = info.info.x11.window;
+    return true;
+}
+#endif
+
+std::string ConnectionString(std::string const& videoDriver, SDL_Window* window) {
+    std::string connection = "sdl:" + videoDriver;
+#ifdef QUARN_SDL_X11
+    Display* display = nullptr;
+    ::Window number = 0;
+    if (GetX11(window, display, number)) {
+        char text[32];
+        std::snprintf(text, sizeof text, ":0x%lx", number);
+        connection += text;
+    }
+#else
+    static_cast<void>(window);
+#endif
+    return connection;
+}
+
+} // namespace
+
+CSdlCore::CSdlCore(CreationParams const& params) : CRasterCoreManager(params, SdlThread::Shared()) {
+    m_display = boost::static_pointer_cast<SdlThread>(Thread());
+    CallOnThread([this] {
+        m_display->OpenDisplay();
+        OpenWindow();
+    });
+}
+
+CSdlCore::~CSdlCore() {
+    CallOnThread([this] { CloseWindow(); });
+    Shutdown();
+}
+
+std::string CSdlCore::GetConnectionString() const {
+    boost::lock_guard<boost::mutex> const lock(m_connectionLock);
+    return m_connection;
+}
+
+void CSdlCore::OpenWindow() {
+    bool const shaped = !m_shape.mask.empty();
+    bool const placed = X() != -1 || Y() != -1;
+    auto const undefined = static_cast<int>(SDL_WINDOWPOS_UNDEFINED);
+    // Shown at the end only: SDL must know of everything that the window manager is told once.
+    Uint32 const flags = SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI |
+                         ((Flags() & StateUndecorated) != 0 ? Uint32{SDL_WINDOW_BORDERLESS} : 0U);
+    int const width = static_cast<int>(Width());
+    int const height = static_cast<int>(Height());
+    if (shaped) {
+        m_window = SDL_CreateShapedWindow(
+            Title().c_str(), 0, 0, Width(), Height(), flags & ~SDL_WINDOW_RESIZABLE);
+    } else {
+        m_window = SDL_CreateWindow(
+            Title().c_str(),
+            placed ? X() : undefined,
+            placed ? Y() : undefined,
+            width,
+            height,
+            flags);
+    }
+    Check(m_window != nullptr, "SDL_CreateWindow");
+    m_display->Add(m_window);
+    {
+        boost::lock_guard<boost::mutex> const lock(m_connectionLock);
+        m_connection = ConnectionString(m_display->VideoDriver(), m_window);
+    }
+    SDL_SetWindowSize(m_window, ToUnits(Width()), ToUnits(Height()));
+    if (shaped) {
+        SDL_SetWindowPosition(m_window, placed ? X() : 0, placed ? Y() : 0);
+        ApplyShape();
+    }
+    HintAspect();
+    SDL_StartTextInput();
+    m_surfaceIsNew = true;
+    if ((Flags() & StateFullScreen) != 0) {
+        SetFullScreenMode(true);
+    }
+    if ((Flags() & StateVisible) != 0) {
+        SetVisibility(true);
+    }
+}
+
+void CSdlCore::CloseWindow() {
+    SDL_Window* const window = std::exchange(m_window, nullptr);
+    if (window != nullptr && !SdlThread::IsLost()) {
+        m_display->Remove(window);
+        SDL_DestroyWindow(window);
+    }
+}
+
+bool CSdlCore::IsShown() const {
+    return m_window != nullptr && (Flags() & StateVisible) != 0;
+}
+
+/// Whether the size is the user's to choose at the moment.
+bool CSdlCore::IsFreelySized() const {
+    Uint32 const bound = SDL_WINDOW_FULLSCREEN | SDL_WINDOW_MAXIMIZED;
+    return m_shape.mask.empty() && (SDL_GetWindowFlags(m_window) & bound) == 0;
+}
+
+double CSdlCore::PixelsPerUnit() const {
+    int pixels = 0;
+    int units = 0;
+    SDL_GetWindowSizeInPixels(m_window, &pixels, nullptr);
+    SDL_GetWindowSize(m_window, &units, nullptr);
+    return pixels > 0 && units > 0 ? static_cast<double>(pixels) / units : 1.0;
+}
+
+int CSdlCore::ToUnits(std::uint32_t pixels) const {
+    return std::max(1, static_cast<int>(std::lround(pixels / PixelsPerUnit())));
+}
+
+/// The window has another size than before, whoever chose it.
+void CSdlCore::AdoptSize() {
+    int width = 0;
+    int height = 0;
+    SDL_GetWindowSizeInPixels(m_window, &width, &height);
+    m_surfaceIsNew = true;
+    if (width != static_cast<int>(Width()) || height != static_cast<int>(Height())) {
+        CRasterCoreManager::ResizeWindow(
+            static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
+        if (!m_shape.mask.empty()) {
+            ApplyShape();
+        }
+        Refresh(false);
+    }
+}
+
+bool CSdlCore::SetTitle(std::string const& title) {
+    if (m_window != nullptr) {
+        SDL_SetWindowTitle(m_window, title.c_str());
+    }
+    return CRasterCoreManager::SetTitle(title);
+}
+
+bool CSdlCore::SetPosition(int x, int y) {
+    if (m_window != nullptr) {
+        SDL_SetWindowPosition(m_window, x, y);
+    }
+    return CRasterCoreManager::SetPosition(x, y);
+}
+
+bool CSdlCore::SetSize(int width, int height) {
+    if (!CRasterCoreManager::SetSize(width, height)) {
+        return false;
+    }
+    if (m_window != nullptr) {
+        HintAspect();
+        AdoptSize(); // of a full screen, or what the window manager made of it
+        Refresh(false);
+    }
+    return true;
+}
+
+bool CSdlCore::ResizeWindow(std::uint32_t width, std::uint32_t height) {
+    if (!CRasterCoreManager::ResizeWindow(width, height)) {
+        return false;
+    }
+    if (m_window != nullptr) {
+        SDL_SetWindowSize(m_window, ToUnits(width), ToUnits(height));
+        AdoptSize();
+        if (!m_shape.mask.empty()) {
+            ApplyShape();
+        }
+    }
+    return true;
+}
+
+bool CSdlCore::SetBackgroundColor(Colour colour) {
+    return CRasterCoreManager::SetBackgroundColor(colour) && Refresh(false);
+}
+
+bool CSdlCore::SetCustomStatusBar(std::string const& text) {
+    return CRasterCoreManager::SetCustomStatusBar(text) && Refresh(false);
+}
+
+bool CSdlCore::SetFullScreenMode(bool fullScreen) {
+    if (m_window != nullptr) {
+        Check(
+            SDL_SetWindowFullscreen(
+                m_window, fullScreen ? Uint32{SDL_WINDOW_FULLSCREEN_DESKTOP} : 0U) == 0,
+            "SDL_SetWindowFullscreen");
+        AdoptSize();
+    }
+    return CRasterCoreManager::SetFullScreenMode(fullScreen);
+}
+
+bool CSdlCore::SetVisibility(bool visible) {
+    CRasterCoreManager::SetVisibility(visible);
+    if (m_window == nullptr) {
+        return true;
+    }
+    if (!visible) {
+        ReleaseButtons();
+        SDL_HideWindow(m_window);
+        return true;
+    }
+    SDL_ShowWindow(m_window);
+    m_surfaceIsNew = true;
+    Refresh(false);
+    return true;
+}
+
+bool CSdlCore::SetDecoration(bool decorated) {
+    if (m_window != nullptr) {
+        SDL_SetWindowBordered(m_window, decorated ? SDL_TRUE : SDL_FALSE);
+    }
+    return CRasterCoreManager::SetDecoration(decorated);
+}
+
+void CSdlCore::ToggleState(std::uint32_t bits) {
+    CRasterCoreManager::ToggleState(bits);
+    if (m_window != nullptr && (bits & StateFreeAspect) != 0) {
+        HintAspect();
+        KeepAspect();
+    }
+}
+
+bool CSdlCore::GetScreenGeometry(ScreenGeometry* geometry) {
+    *geometry = ScreenGeometry();
+    if (m_window == nullptr) {
+        return false;
+    }
+    int const display = std::max(0, SDL_GetWindowDisplayIndex(m_window));
+    SDL_Rect bounds;
+    if (SDL_GetDisplayBounds(display, &bounds) != 0) {
+        return false;
+    }
+    double const scale = PixelsPerUnit();
+    geometry->width = static_cast<std::uint32_t>(std::lround(bounds.w * scale));
+    geometry->height = static_cast<std::uint32_t>(std::lround(bounds.h * scale));
+    float dpi = 0;
+    if (SDL_GetDisplayDPI(display, &dpi, nullptr, nullptr) == 0) {
+        geometry->dpi = static_cast<std::uint32_t>(std::lround(dpi));
+    }
+    return true;
+}
+
+bool CSdlCore::SetWindowShape(unsigned char const* mask, unsigned stride, unsigned height) {
+    bool const wasShaped = !m_shape.mask.empty();
+    m_shape = Shape();
+    if (mask != nullptr && stride > 0 && height > 0) {
+        m_shape.mask.assign(mask, mask + std::size_t{stride} / 8 * height);
+        m_shape.stride = stride;
+        m_shape.height = height;
+    }
+    if (m_window == nullptr) {
+        return false;
+    }
+    if (wasShaped && !m_shape.mask.empty()) {
+        ApplyShape();
+    } else if (wasShaped || !m_shape.mask.empty()) {
+        // SDL shapes only windows that were made for it.
+        ReleaseButtons();
+        CloseWindow();
+        OpenWindow();
+    }
+    Refresh(false);
+    return true;
+}
+
+/// Cuts the window to the mask, pixel by pixel; what lies beyond the mask does not belong to it.
+void CSdlCore::ApplyShape() {
+    int const width = static_cast<int>(Width());
+    int const height = static_cast<int>(Height());
+    SDL_Surface* const surface =
+        SDL_CreateRGBSurfaceWithFormat(0, width, height, 32, SDL_PIXELFORMAT_ARGB8888);
+    Check(surface != nullptr, "SDL_CreateRGBSurfaceWithFormat");
+    SDL_FillRect(surface, nullptr, 0);
+    for (unsigned y = 0; y < std::min(m_shape.height, Height()); ++y) {
+        unsigned char const* const bits = m_shape.mask.data() + std::size_t{m_shape.stride} / 8 * y;
+        auto* const row = reinterpret_cast<Uint32*>(
+            static_cast<unsigned char*>(surface->pixels) +
+            std::size_t{y} * static_cast<unsigned>(surface->pitch));
+        for (unsigned x = 0; x < std::min(m_shape.stride, Width()); ++x) {
+            row[x] = (bits[x / 8] >> (x % 8) & 1U) != 0 ? 0xFF000000U : 0U;
+        }
+    }
+    SDL_WindowShapeMode mode;
+    mode.mode = ShapeModeBinarizeAlpha;
+    mode.parameters.binarizationCutoff = 1;
+    int const result = SDL_SetWindowShape(m_window, surface, &mode);
+    SDL_FreeSurface(surface);
+    Check(result == 0, "SDL_SetWindowShape");
+}
+
+/// Tells the window manager, so that the frame keeps its proportions while it is dragged.
+void CSdlCore::HintAspect() {
+#ifdef QUARN_SDL_X11
+    Display* display = nullptr;
+    ::Window number = 0;
+    XSizeHints hints;
+    long supplied = 0;
+    if (!m_shape.mask.empty() || !GetX11(m_window, display, number) ||
+        XGetWMNormalHints(display, number, &hints, &supplied) == 0) {
+        return;
+    }
+    bool const free = (Flags() & StateFreeAspect) != 0;
+    hints.flags = free ? hints.flags & ~PAspect : hints.flags | PAspect;
+    hints.min_aspect.x = hints.max_aspect.x = static_cast<int>(ContentWidth());
+    hints.min_aspect.y = hints.max_aspect.y = static_cast<int>(ContentHeight());
+    XSetWMNormalHints(display, number, &hints);
+#endif
+}
+
+/// Corrects a size that the user chose; once, for a window manager may insist on its own.
+void CSdlCore::KeepAspect() {
+    int width = 0;
+    int height = 0;
+    SDL_GetWindowSizeInPixels(m_window, &width, &height);
+    std::pair const size(width, height);
+    std::pair const before(static_cast<int>(Width()), static_cast<int>(Height()));
+    std::pair const wanted = WithAspect(size, before, ContentWidth(), ContentHeight());
+    bool const locked = (Flags() & StateFreeAspect) == 0;
+    if (locked && IsFreelySized() && wanted != size && size != m_refusedSize) {
+        m_refusedSize = size;
+        SDL_SetWindowSize(
+            m_window,
+            ToUnits(static_cast<std::uint32_t>(wanted.first)),
+            ToUnits(static_cast<std::uint32_t>(wanted.second)));
+    }
+    AdoptSize();
+}
+
+/// Puts the whole picture on the screen again without drawing it anew.
+void CSdlCore::ShowAgain() {
+    m_surfaceIsNew = true;
+    EnsureFrame();
+    if (m_surfaceIsNew) {
+        Present();
+    }
+}
+
+void CSdlCore::Present() {
+    if (!IsShown() || SdlThread::IsLost()) {
+        return;
+    }
+    SDL_Surface* const surface = SDL_GetWindowSurface(m_window);
+    Check(surface != nullptr, "SDL_GetWindowSurface");
+    std::vector<SDL_Rect> const& changed =
+        m_surfaceCopy.Update(Picture(), *surface, std::exchange(m_surfaceIsNew, false));
+    if (!changed.empty()) {
+        // Returns when the server has taken the picture: no second one is ever under way.
+        Check(
+            SDL_UpdateWindowSurfaceRects(
+                m_window, changed.data(), static_cast<int>(changed.size())) == 0,
+            "SDL_UpdateWindowSurfaceRects");
+    }
+}
+
+void CSdlCore::TakeInput() {
+    if (m_window == nullptr) {
+        return;
+    }
+    if (SdlThread::IsLost()) {
+        ReleaseButtons();
+        m_window = nullptr;
+        Tell(WindowDisplayLost);
+        return;
+    }
+    for (SDL_Event const& event : m_display->TakeInputOf(m_window)) {
+        if (m_window == nullptr) {
+            return;
+        }
+        Handle(event);
+    }
+}
+
+void CSdlCore::Handle(SDL_Event const& event) {
+    switch (event.type) {
+    case SDL_WINDOWEVENT:
+        HandleWindow(event.window);
+        break;
+    case SDL_KEYDOWN:
+    case SDL_KEYUP:
+        HandleKey(event.key);
+        break;
+    case SDL_TEXTINPUT:
+        if ((m_modifiers & StateCtrl) == 0) { // then the key has told
+            for (char32_t const character : Characters(event.text.text)) {
+                DeliverKey(character);
+            }
+        }
+        break;
+    case SDL_MOUSEMOTION:
+        DeliverPointer(EventMotion, 0, event.motion.x, event.motion.y);
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP:
+        HandleButton(event.button);
+        break;
+    case SDL_MOUSEWHEEL:
+        HandleWheel(event.wheel);
+        break;
+    default:
+        break;
+    }
+}
+
+void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
+    switch (event.event) {
+    case SDL_WINDOWEVENT_EXPOSED:
+        ShowAgain();
+        break;
+    case SDL_WINDOWEVENT_MOVED:
+        if ((Flags() & StateFullScreen) == 0) {
+            CRasterCoreManager::SetPosition(event.data1, event.data2);
+        }
+        break;
+    case SDL_WINDOWEVENT_RESIZED:
+        KeepAspect();
+        Tell(WindowResized);
+        break;
+    case SDL_WINDOWEVENT_SIZE_CHANGED:
+        m_surfaceIsNew = true;
+        break;
+    case SDL_WINDOWEVENT_CLOSE:
+        SetVisibility(false);
+        Tell(WindowClosed);
+        break;
+    case SDL_WINDOWEVENT_FOCUS_GAINED:
+        Tell(WindowFocusGained);
+        break;
+    case SDL_WINDOWEVENT_FOCUS_LOST:
+        ReleaseButtons();
+        m_modifiers = 0;
+        Tell(WindowFocusLost);
+        break;
+    case SDL_WINDOWEVENT_LEAVE:
+        if (m_held == 0) {
+            Tell(WindowPointerLeft);
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void CSdlCore::HandleKey(SDL_KeyboardEvent const& key) {
+    m_modifiers = ModifierBits(key.keysym.mod);
+    if (key.type == SDL_KEYDOWN) {
+        if (std::uint32_t const code = KeyCode(key.keysym)) {
+            DeliverKey(code);
+        }
+    }
+}
+
+void CSdlCore::HandleButton(SDL_MouseButtonEvent const& button) {
+    std::uint32_t code = 0;
+    switch (button.button) {
+    case SDL_BUTTON_LEFT:
+        code = ButtonLeft;
+        break;
+    case SDL_BUTTON_RIGHT:
+        code = ButtonRight;
+        break;
+    case SDL_BUTTON_MIDDLE:
+        code = ButtonMiddle;
+        break;
+    case SDL_BUTTON_X1:
+        code = ButtonBack;
+        break;
+    case SDL_BUTTON_X2:
+        code = ButtonForward;
+        break;
+    default:
+        return;
+    }
+    if (button.type == SDL_MOUSEBUTTONDOWN) {
+        if (SDL_GetKeyboardFocus() != m_window) {
+            SDL_SetWindowInputFocus(m_window); // where no window manager does
+        }
+        m_held |= code;
+        DeliverPointer(EventPress, code, button.x, button.y);
+    } else if ((m_held & code) != 0) {
+        DeliverPointer(EventRelease, code, button.x, button.y);
+    }
+}
+
+void CSdlCore::HandleWheel(SDL_MouseWheelEvent const& wheel) {
+    int const steps = wheel.direction == SDL_MOUSEWHEEL_FLIPPED ? -wheel.y : wheel.y;
+    for (int i = 0; i < std::abs(steps) && m_window != nullptr; ++i) {
+        DeliverPointer(
+            EventPress, steps > 0 ? WheelForward : WheelBack, wheel.mouseX, wheel.mouseY);
+    }
+}
+
+/// Ends what the held buttons began: their releases will be told to somebody else, or to nobody.
+void CSdlCore::ReleaseButtons() {
+    for (std::uint32_t const code :
+         {ButtonLeft, ButtonRight, ButtonMiddle, ButtonBack, ButtonForward}) {
+        if ((m_held & code) != 0) {
+            DeliverPointer(EventRelease, code, m_lastX, m_lastY);
+        }
+    }
+}
+
+void CSdlCore::Tell(WindowEvent what) {
+    Event event;
+    event.type = EventWindow;
+    event.key = what;
+    event.state = m_modifiers | m_held;
+    event.screenX = PointerX();
+    event.screenY = PointerY();
+    OnEvent(event);
+}
+
+void CSdlCore::DeliverKey(std::uint32_t code) {
+    Event event;
+    event.type = EventKey;
+    event.key = code;
+    event.state = m_modifiers | m_held;
+    event.screenX = PointerX();
+    event.screenY = PointerY();
+    OnEvent(event);
+}
+
+/// @param x,y where SDL saw the pointer; outside only while a button is held
+void CSdlCore::DeliverPointer(std::uint32_t type, std::uint32_t button, double x, double y) {
+    double const scale = m_window == nullptr ? 1.0 : PixelsPerUnit();
+    m_lastX = x;
+    m_lastY = y;
+    Event event;
+    event.type = type;
+    event.button = button;
+    event.screenX = static_cast<int>(std::floor(x * scale));
+    event.screenY = static_cast<int>(std::floor(y * scale));
+    if (m_held != 0) {
+        // Layers take events strictly inside of them: what began in one ends in it.
+        event.screenX = std::clamp(event.screenX, 1, std::max(1, static_cast<int>(Width()) - 1));
+        event.screenY = std::clamp(event.screenY, 1, std::max(1, static_cast<int>(Height()) - 1));
+    }
+    if (type == EventRelease) {
+        m_held &= ~button;
+    }
+    event.state = m_modifiers | m_held;
+    OnEvent(event);
+}
+
+} // namespace drivers::sdl
