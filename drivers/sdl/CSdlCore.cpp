@@ -6,6 +6,7 @@
 #include <SDL2/SDL_syswm.h>
 
 #ifdef QUARN_SDL_X11
+#include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #endif
 
@@ -20,6 +21,8 @@ using namespace ui::win;
 namespace {
 
 Core_Registration<CSdlCore> const registrar("SDL");
+
+constexpr Uint32 placingTime = 500; // milliseconds that window managers take for a new window
 
 /// A size of the given proportions that keeps the edge which was changed more.
 std::pair<int, int> WithAspect(
@@ -51,6 +54,25 @@ bool GetX11(SDL_Window* window, Display*& display, ::Window& number) {
     return true;
 }
 #endif
+
+/// Whether somebody manages windows: SDL leaves full screens to them, and thinks that it was done.
+bool HasWindowManager(SDL_Window* window) {
+#ifdef QUARN_SDL_X11
+    Display* display = nullptr;
+    ::Window number = 0;
+    if (GetX11(window, display, number)) {
+        Atom const mark = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
+        int count = 0;
+        Atom* const marks = XListProperties(display, DefaultRootWindow(display), &count);
+        bool const found = std::find(marks, marks + count, mark) != marks + count;
+        XFree(marks);
+        return found;
+    }
+#else
+    static_cast<void>(window);
+#endif
+    return true;
+}
 
 std::string ConnectionString(std::string const& videoDriver, SDL_Window* window) {
     std::string connection = "sdl:" + videoDriver;
@@ -117,12 +139,13 @@ void CSdlCore::OpenWindow() {
     }
     SDL_SetWindowSize(m_window, ToUnits(Width()), ToUnits(Height()));
     if (shaped) {
-        SDL_SetWindowPosition(m_window, placed ? X() : 0, placed ? Y() : 0);
         ApplyShape();
+        SDL_SetWindowPosition(m_window, placed ? X() : 0, placed ? Y() : 0);
     }
     HintAspect();
     SDL_StartTextInput();
     m_surfaceIsNew = true;
+    m_fillsScreen = false;
     if ((Flags() & StateFullScreen) != 0) {
         SetFullScreenMode(true);
     }
@@ -139,14 +162,18 @@ void CSdlCore::CloseWindow() {
     }
 }
 
+bool CSdlCore::IsOpen() const {
+    return m_window != nullptr && !SdlThread::IsLost();
+}
+
 bool CSdlCore::IsShown() const {
-    return m_window != nullptr && (Flags() & StateVisible) != 0;
+    return IsOpen() && (Flags() & StateVisible) != 0;
 }
 
 /// Whether the size is the user's to choose at the moment.
 bool CSdlCore::IsFreelySized() const {
     Uint32 const bound = SDL_WINDOW_FULLSCREEN | SDL_WINDOW_MAXIMIZED;
-    return m_shape.mask.empty() && (SDL_GetWindowFlags(m_window) & bound) == 0;
+    return m_shape.mask.empty() && !m_fillsScreen && (SDL_GetWindowFlags(m_window) & bound) == 0;
 }
 
 double CSdlCore::PixelsPerUnit() const {
@@ -178,14 +205,16 @@ void CSdlCore::AdoptSize() {
 }
 
 bool CSdlCore::SetTitle(std::string const& title) {
-    if (m_window != nullptr) {
+    if (IsOpen()) {
         SDL_SetWindowTitle(m_window, title.c_str());
     }
     return CRasterCoreManager::SetTitle(title);
 }
 
 bool CSdlCore::SetPosition(int x, int y) {
-    if (m_window != nullptr) {
+    m_windowed.x = x;
+    m_windowed.y = y;
+    if (IsOpen() && !m_fillsScreen) {
         SDL_SetWindowPosition(m_window, x, y);
     }
     return CRasterCoreManager::SetPosition(x, y);
@@ -195,7 +224,7 @@ bool CSdlCore::SetSize(int width, int height) {
     if (!CRasterCoreManager::SetSize(width, height)) {
         return false;
     }
-    if (m_window != nullptr) {
+    if (IsOpen()) {
         HintAspect();
         AdoptSize(); // of a full screen, or what the window manager made of it
         Refresh(false);
@@ -207,8 +236,12 @@ bool CSdlCore::ResizeWindow(std::uint32_t width, std::uint32_t height) {
     if (!CRasterCoreManager::ResizeWindow(width, height)) {
         return false;
     }
-    if (m_window != nullptr) {
-        SDL_SetWindowSize(m_window, ToUnits(width), ToUnits(height));
+    if (IsOpen()) {
+        m_windowed.w = ToUnits(width);
+        m_windowed.h = ToUnits(height);
+        if (!m_fillsScreen) {
+            SDL_SetWindowSize(m_window, m_windowed.w, m_windowed.h);
+        }
         AdoptSize();
         if (!m_shape.mask.empty()) {
             ApplyShape();
@@ -226,19 +259,38 @@ bool CSdlCore::SetCustomStatusBar(std::string const& text) {
 }
 
 bool CSdlCore::SetFullScreenMode(bool fullScreen) {
-    if (m_window != nullptr) {
+    CRasterCoreManager::SetFullScreenMode(fullScreen);
+    if (!IsOpen()) {
+        return true;
+    }
+    if (HasWindowManager(m_window)) {
         Check(
             SDL_SetWindowFullscreen(
                 m_window, fullScreen ? Uint32{SDL_WINDOW_FULLSCREEN_DESKTOP} : 0U) == 0,
             "SDL_SetWindowFullscreen");
-        AdoptSize();
+    } else if (fullScreen != m_fillsScreen) {
+        FillScreen(fullScreen);
     }
-    return CRasterCoreManager::SetFullScreenMode(fullScreen);
+    AdoptSize();
+    return true;
+}
+
+/// Full screen where nobody manages windows.
+void CSdlCore::FillScreen(bool fill) {
+    m_fillsScreen = fill;
+    SDL_Rect place = m_windowed;
+    if (fill) {
+        SDL_GetWindowPosition(m_window, &m_windowed.x, &m_windowed.y);
+        SDL_GetWindowSize(m_window, &m_windowed.w, &m_windowed.h);
+        SDL_GetDisplayBounds(std::max(0, SDL_GetWindowDisplayIndex(m_window)), &place);
+    }
+    SDL_SetWindowPosition(m_window, place.x, place.y);
+    SDL_SetWindowSize(m_window, place.w, place.h);
 }
 
 bool CSdlCore::SetVisibility(bool visible) {
     CRasterCoreManager::SetVisibility(visible);
-    if (m_window == nullptr) {
+    if (!IsOpen()) {
         return true;
     }
     if (!visible) {
@@ -246,6 +298,8 @@ bool CSdlCore::SetVisibility(bool visible) {
         SDL_HideWindow(m_window);
         return true;
     }
+    bool const placed = X() != -1 || Y() != -1;
+    m_placeAgainUntil = placed && !m_fillsScreen ? SDL_GetTicks() + placingTime : 0;
     SDL_ShowWindow(m_window);
     m_surfaceIsNew = true;
     Refresh(false);
@@ -253,7 +307,7 @@ bool CSdlCore::SetVisibility(bool visible) {
 }
 
 bool CSdlCore::SetDecoration(bool decorated) {
-    if (m_window != nullptr) {
+    if (IsOpen()) {
         SDL_SetWindowBordered(m_window, decorated ? SDL_TRUE : SDL_FALSE);
     }
     return CRasterCoreManager::SetDecoration(decorated);
@@ -261,7 +315,7 @@ bool CSdlCore::SetDecoration(bool decorated) {
 
 void CSdlCore::ToggleState(std::uint32_t bits) {
     CRasterCoreManager::ToggleState(bits);
-    if (m_window != nullptr && (bits & StateFreeAspect) != 0) {
+    if (IsOpen() && (bits & StateFreeAspect) != 0) {
         HintAspect();
         KeepAspect();
     }
@@ -269,7 +323,7 @@ void CSdlCore::ToggleState(std::uint32_t bits) {
 
 bool CSdlCore::GetScreenGeometry(ScreenGeometry* geometry) {
     *geometry = ScreenGeometry();
-    if (m_window == nullptr) {
+    if (!IsOpen()) {
         return false;
     }
     int const display = std::max(0, SDL_GetWindowDisplayIndex(m_window));
@@ -295,7 +349,7 @@ bool CSdlCore::SetWindowShape(unsigned char const* mask, unsigned stride, unsign
         m_shape.stride = stride;
         m_shape.height = height;
     }
-    if (m_window == nullptr) {
+    if (!IsOpen()) {
         return false;
     }
     if (wasShaped && !m_shape.mask.empty()) {
@@ -383,7 +437,7 @@ void CSdlCore::ShowAgain() {
 }
 
 void CSdlCore::Present() {
-    if (!IsShown() || SdlThread::IsLost()) {
+    if (!IsShown()) {
         return;
     }
     SDL_Surface* const surface = SDL_GetWindowSurface(m_window);
@@ -400,20 +454,18 @@ void CSdlCore::Present() {
 }
 
 void CSdlCore::TakeInput() {
+    if (m_window != nullptr && SdlThread::IsLost()) {
+        m_window = nullptr;
+        ReleaseButtons();
+        Tell(WindowDisplayLost);
+    }
     if (m_window == nullptr) {
         return;
     }
-    if (SdlThread::IsLost()) {
-        ReleaseButtons();
-        m_window = nullptr;
-        Tell(WindowDisplayLost);
-        return;
-    }
     for (SDL_Event const& event : m_display->TakeInputOf(m_window)) {
-        if (m_window == nullptr) {
-            return;
+        if (IsOpen()) { // what receives an event may close the window
+            Handle(event);
         }
-        Handle(event);
     }
 }
 
@@ -454,9 +506,7 @@ void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
         ShowAgain();
         break;
     case SDL_WINDOWEVENT_MOVED:
-        if ((Flags() & StateFullScreen) == 0) {
-            CRasterCoreManager::SetPosition(event.data1, event.data2);
-        }
+        HandleMove(event.data1, event.data2);
         break;
     case SDL_WINDOWEVENT_RESIZED:
         KeepAspect();
@@ -484,6 +534,18 @@ void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
         break;
     default:
         break;
+    }
+}
+
+void CSdlCore::HandleMove(int x, int y) {
+    if ((Flags() & StateFullScreen) != 0) {
+        return;
+    }
+    if (SDL_GetTicks() < std::exchange(m_placeAgainUntil, 0)) {
+        // The window manager has put the frame where the picture was to be.
+        SDL_SetWindowPosition(m_window, X(), Y());
+    } else {
+        CRasterCoreManager::SetPosition(x, y);
     }
 }
 
@@ -530,7 +592,7 @@ void CSdlCore::HandleButton(SDL_MouseButtonEvent const& button) {
 
 void CSdlCore::HandleWheel(SDL_MouseWheelEvent const& wheel) {
     int const steps = wheel.direction == SDL_MOUSEWHEEL_FLIPPED ? -wheel.y : wheel.y;
-    for (int i = 0; i < std::abs(steps) && m_window != nullptr; ++i) {
+    for (int i = 0; i < std::abs(steps); ++i) {
         DeliverPointer(
             EventPress, steps > 0 ? WheelForward : WheelBack, wheel.mouseX, wheel.mouseY);
     }
@@ -568,7 +630,7 @@ void CSdlCore::DeliverKey(std::uint32_t code) {
 
 /// @param x,y where SDL saw the pointer; outside only while a button is held
 void CSdlCore::DeliverPointer(std::uint32_t type, std::uint32_t button, double x, double y) {
-    double const scale = m_window == nullptr ? 1.0 : PixelsPerUnit();
+    double const scale = IsOpen() ? PixelsPerUnit() : 1.0;
     m_lastX = x;
     m_lastY = y;
     Event event;

@@ -62,12 +62,14 @@ private:
     /// @{
     void OpenWindow();
     void CloseWindow();
+    bool IsOpen() const;
     bool IsShown() const;
     bool IsFreelySized() const;
     double PixelsPerUnit() const;
     int ToUnits(std::uint32_t pixels) const;
     void AdoptSize();
     void ApplyShape();
+    void FillScreen(bool fill);
     void HintAspect();
     void KeepAspect();
     void ShowAgain();
@@ -77,6 +79,7 @@ private:
     /// @{
     void Handle(SDL_Event const& event);
     void HandleWindow(SDL_WindowEvent const& event);
+    void HandleMove(int x, int y);
     void HandleKey(SDL_KeyboardEvent const& key);
     void HandleButton(SDL_MouseButtonEvent const& button);
     void HandleWheel(SDL_MouseWheelEvent const& wheel);
@@ -90,7 +93,10 @@ private:
     SDL_Window* m_window = nullptr;
     Shape m_shape;
     SurfaceCopy m_surfaceCopy;
-    bool m_surfaceIsNew = true;        // what the surface holds is not what the screen shows
+    bool m_surfaceIsNew = true; // what the surface holds is not what the screen shows
+    bool m_fillsScreen = false;
+    SDL_Rect m_windowed{0, 0, 0, 0}; // where it goes back to when it no longer does
+    Uint32 m_placeAgainUntil = 0;
     std::pair<int, int> m_refusedSize; // of the user's, that was corrected before
     std::uint32_t m_modifiers = 0;
     std::uint32_t m_held = 0;

@@ -38,11 +38,17 @@ std::mutex& DisplayMutex() {
 std::atomic<bool> g_displayIsLost{false};
 
 #ifdef QUARN_SDL_X11
-/// Xlib would end the process when this returned from a default handler. SDL must not go on either:
-/// it waits for answers that will not come. Nothing calls SDL's video after this.
-void OnX11ConnectionLost(Display*, void*) {
-    g_displayIsLost = true;
-    throw DisplayLost();
+thread_local bool t_ownsDisplay = false;
+XIOErrorHandler g_previousHandler = nullptr;
+
+/// Xlib would end the process here, also after this returned. SDL must not go on either: it waits
+/// for answers that will not come. Nothing calls SDL's video after this.
+int OnX11ConnectionLost(Display* display) {
+    if (t_ownsDisplay) {
+        g_displayIsLost = true;
+        throw DisplayLost();
+    }
+    return g_previousHandler == nullptr ? 0 : g_previousHandler(display);
 }
 #endif
 
@@ -140,6 +146,13 @@ void SdlThread::OpenDisplay() {
         DisplayMutex().unlock();
         throw ui::win::DriverUnavailable(reason);
     }
+#ifdef QUARN_SDL_X11
+    t_ownsDisplay = true;
+    XIOErrorHandler const previous = XSetIOErrorHandler(OnX11ConnectionLost);
+    if (previous != OnX11ConnectionLost) {
+        g_previousHandler = previous;
+    }
+#endif
     m_open = true;
     m_videoDriver = SDL_GetCurrentVideoDriver();
     m_wakesThroughSdl = m_videoDriver != "x11";
@@ -174,7 +187,6 @@ void SdlThread::Add(SDL_Window* window) {
     SDL_VERSION(&info.version);
     if (SDL_GetWindowWMInfo(window, &info) == SDL_TRUE && info.subsystem == SDL_SYSWM_X11) {
         m_x11Display = info.info.x11.display;
-        XSetIOErrorExitHandler(info.info.x11.display, OnX11ConnectionLost, nullptr);
     }
 #endif
 }

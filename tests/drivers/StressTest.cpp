@@ -1,4 +1,5 @@
 #include "drivers/TestWindow.h"
+#include "drivers/TestedDrivers.h"
 #include "support/CapturedOutput.h"
 
 #include <boost/thread/thread.hpp>
@@ -18,7 +19,8 @@ void UseWindows(unsigned seed, std::atomic<unsigned>& frames) {
     std::mt19937 random(seed);
     auto const image = boost::make_shared<cimage::TImage<RGB> const>(32, 32);
     for (int round = 0; round < 6; ++round) {
-        CWindow window(MakeParams(random() % 3 == 0 ? "Offscreen,None" : "Offscreen"));
+        std::string const driver = DrawingDrivers().front();
+        CWindow window(MakeParams(random() % 3 == 0 ? driver + ",None" : driver));
         window.SetEventMask(EventPress | EventMotion);
         window.Subscribe_RefreshComplete([&](cimage::CImage const&) { ++frames; });
         for (int step = 0; step < 60; ++step) {
@@ -67,7 +69,7 @@ void UseWindows(unsigned seed, std::atomic<unsigned>& frames) {
             }
         }
         if (random() % 2 == 0) {
-            window.ResetWindow(MakeParams("Offscreen"));
+            window.ResetWindow(MakeParams(DrawingDrivers().front()));
             window.Refresh(false);
         } // and gone, with whatever is still queued
     }
@@ -87,7 +89,7 @@ TEST(Stress, ManyThreadsWithWindowsOfTheirOwn) {
 /// Several threads use one window's backend at once through what may be called from any thread.
 TEST(Stress, ManyThreadsOnOneBackend) {
     CapturedOutput output;
-    auto window = boost::make_shared<CWindow>(MakeParams("Offscreen"));
+    auto window = boost::make_shared<CWindow>(MakeParams(DrawingDrivers().front()));
     window->SetEventMask(EventKey);
     boost::shared_ptr<CWindowCoreManager> backend;
     OnBackend(*window, [&](CWindowCoreManager& manager) { backend = manager.shared_from_this(); });

@@ -1,0 +1,112 @@
+#include "sdl/Screen.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+#include <cstdlib>
+
+namespace tests {
+
+using ui::win::CWindow;
+
+namespace {
+
+RGB ToColour(unsigned long pixel) {
+    return {
+        static_cast<unsigned char>(pixel >> 16 & 255),
+        static_cast<unsigned char>(pixel >> 8 & 255),
+        static_cast<unsigned char>(pixel & 255)};
+}
+
+XWindowAttributes AttributesOf(Display* display, CWindow const& window) {
+    XWindowAttributes attributes;
+    XGetWindowAttributes(display, Screen::NumberOf(window), &attributes);
+    return attributes;
+}
+
+} // namespace
+
+Screen::Screen() : m_display(XOpenDisplay(nullptr)) {}
+
+Screen::~Screen() {
+    XCloseDisplay(m_display);
+}
+
+Screen::Number Screen::NumberOf(CWindow const& window) {
+    std::string const connection = window.GetConnectionString(0);
+    return std::strtoul(connection.substr(connection.rfind(':') + 1).c_str(), nullptr, 16);
+}
+
+Screen::Number Screen::Root() const {
+    return DefaultRootWindow(m_display);
+}
+
+bool Screen::IsMapped(CWindow const& window) const {
+    return AttributesOf(m_display, window).map_state == IsViewable;
+}
+
+std::pair<int, int> Screen::Size(CWindow const& window) const {
+    XWindowAttributes const attributes = AttributesOf(m_display, window);
+    return {attributes.width, attributes.height};
+}
+
+std::string Screen::Title(CWindow const& window) const {
+    char* name = nullptr;
+    XFetchName(m_display, NumberOf(window), &name);
+    std::string title = name == nullptr ? "" : name;
+    XFree(name);
+    return title;
+}
+
+std::pair<int, int> Screen::Origin(CWindow const& window) const {
+    int x = 0;
+    int y = 0;
+    Number child = 0;
+    XTranslateCoordinates(m_display, NumberOf(window), Root(), 0, 0, &x, &y, &child);
+    return {x, y};
+}
+
+RGB Screen::Pixel(Number number, int x, int y) const {
+    XWindowAttributes all;
+    XGetWindowAttributes(m_display, number, &all);
+    if (x < 0 || y < 0 || x >= all.width || y >= all.height) {
+        return {};
+    }
+    XImage* const image = XGetImage(m_display, number, x, y, 1, 1, AllPlanes, ZPixmap);
+    RGB const pixel = ToColour(XGetPixel(image, 0, 0));
+    XDestroyImage(image);
+    return pixel;
+}
+
+int Screen::Differences(CWindow& window) const {
+    auto const frame = window.GrabImage();
+    auto const [width, height] = Size(window);
+    unsigned const w = frame->Width();
+    unsigned const h = frame->Height();
+    if (w != static_cast<unsigned>(width) || h != static_cast<unsigned>(height)) {
+        return -1;
+    }
+    XImage* const image = XGetImage(m_display, NumberOf(window), 0, 0, w, h, AllPlanes, ZPixmap);
+    int differences = 0;
+    for (unsigned y = 0; y < h; ++y) {
+        for (unsigned x = 0; x < w; ++x) {
+            unsigned long const shown = XGetPixel(image, static_cast<int>(x), static_cast<int>(y));
+            differences += ToColour(shown) == (*frame)(x, y) ? 0 : 1;
+        }
+    }
+    XDestroyImage(image);
+    return differences;
+}
+
+void Screen::PressCloseButton(CWindow const& window) const {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = NumberOf(window);
+    event.xclient.message_type = XInternAtom(m_display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(m_display, "WM_DELETE_WINDOW", False));
+    XSendEvent(m_display, event.xclient.window, False, NoEventMask, &event);
+    XFlush(m_display);
+}
+
+} // namespace tests

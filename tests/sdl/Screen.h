@@ -1,0 +1,41 @@
+#pragma once
+
+#include "drivers/TestWindow.h"
+
+#include <string>
+#include <utility>
+
+struct _XDisplay;
+
+namespace tests {
+
+/// What another program sees of the windows on the display.
+class Screen {
+public:
+    using Number = unsigned long;
+
+    Screen();
+    ~Screen();
+    Screen(Screen const&) = delete;
+    Screen& operator=(Screen const&) = delete;
+
+    /// The X server's number of a window.
+    static Number NumberOf(ui::win::CWindow const& window);
+    Number Root() const;
+    bool IsMapped(ui::win::CWindow const& window) const;
+    std::pair<int, int> Size(ui::win::CWindow const& window) const;
+    std::string Title(ui::win::CWindow const& window) const;
+    /// Where the window's first pixel lies.
+    std::pair<int, int> Origin(ui::win::CWindow const& window) const;
+    /// Black outside.
+    RGB Pixel(Number number, int x, int y) const;
+    /// Pixels in which the window is not the frame that its core has; -1 for another size.
+    int Differences(ui::win::CWindow& window) const;
+    /// Does what the close button in a window's frame does.
+    void PressCloseButton(ui::win::CWindow const& window) const;
+
+private:
+    _XDisplay* m_display;
+};
+
+} // namespace tests

@@ -1,0 +1,112 @@
+#include "sdl/XServer.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace tests {
+
+Process::Process(
+    std::vector<std::string> const& command,
+    std::vector<std::string> const& environment,
+    int output) {
+    std::vector<char*> arguments;
+    for (std::string const& word : command) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    m_pid = fork();
+    if (m_pid == 0) {
+        for (std::string const& variable : environment) {
+            putenv(const_cast<char*>(variable.c_str()));
+        }
+        if (output >= 0) {
+            dup2(output, STDOUT_FILENO);
+        }
+        execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+}
+
+void Process::Kill() {
+    if (m_pid > 0) {
+        kill(m_pid, SIGKILL);
+        waitpid(m_pid, nullptr, 0);
+        m_pid = -1;
+    }
+}
+
+bool XServer::IsThere() {
+    return std::system("command -v Xvfb xdotool openbox >/dev/null") == 0;
+}
+
+namespace {
+
+/// Waits for the mark that window managers leave on the root window.
+void WaitForWindowManager(std::string const& name) {
+    ::Display* const display = XOpenDisplay(name.c_str());
+    Atom const mark = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
+    for (bool there = false; !there; usleep(10000)) {
+        Atom type = None;
+        int format = 0;
+        unsigned long count = 0;
+        unsigned long left = 0;
+        unsigned char* value = nullptr;
+        XGetWindowProperty(
+            display,
+            DefaultRootWindow(display),
+            mark,
+            0,
+            1,
+            False,
+            XA_WINDOW,
+            &type,
+            &format,
+            &count,
+            &left,
+            &value);
+        there = count == 1;
+        if (value != nullptr) {
+            XFree(value);
+        }
+    }
+    XCloseDisplay(display);
+}
+
+} // namespace
+
+XServer::XServer(bool windowManager) {
+    int number[2];
+    if (pipe(number) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    std::string const screen = std::to_string(Width) + "x" + std::to_string(Height) + "x24";
+    // It takes the first number that is free and writes it down when it answers.
+    m_server = std::make_unique<Process>(
+        std::vector<std::string>{
+            "Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"},
+        std::vector<std::string>{},
+        number[1]);
+    close(number[1]);
+    for (char c = 0; read(number[0], &c, 1) == 1 && c != '\n';) {
+        m_display += c;
+    }
+    close(number[0]);
+    if (m_display.empty()) {
+        throw std::runtime_error("Xvfb does not start");
+    }
+    m_display = ":" + m_display;
+    if (windowManager) {
+        m_windowManager = std::make_unique<Process>(
+            std::vector<std::string>{"openbox", "--sm-disable"},
+            std::vector<std::string>{"DISPLAY=" + m_display});
+        WaitForWindowManager(m_display);
+    }
+}
+
+} // namespace tests
