@@ -214,6 +214,7 @@ bool CSdlCore::SetTitle(std::string const& title) {
 bool CSdlCore::SetPosition(int x, int y) {
     m_windowed.x = x;
     m_windowed.y = y;
+    m_placeAgainUntil = 0;
     if (IsOpen() && !m_fillsScreen) {
         SDL_SetWindowPosition(m_window, x, y);
     }
@@ -299,7 +300,8 @@ bool CSdlCore::SetVisibility(bool visible) {
         return true;
     }
     bool const placed = X() != -1 || Y() != -1;
-    m_placeAgainUntil = placed && !m_fillsScreen ? SDL_GetTicks() + placingTime : 0;
+    bool const managed = placed && HasWindowManager(m_window);
+    m_placeAgainUntil = managed ? SDL_GetTicks() + placingTime : 0;
     SDL_ShowWindow(m_window);
     m_surfaceIsNew = true;
     Refresh(false);
