@@ -73,11 +73,13 @@ TEST_F(Display, ThatAnswersMakesAutoTakeSdl) {
 }
 
 TEST_F(Display, EnvironmentVariableWinsOverTheIniFile) {
-    setenv("QUARN_DRIVER", "None,Offscreen", 1);
     IniGuard config;
+    setenv("QUARN_DRIVER", "None,Offscreen", 1);
     config.ini.Set("GUI DRIVER", "SDL");
     CWindow::setINIFile(&config.ini);
     EXPECT_EQ(CWindow::getDriver(), "None,Offscreen");
+    EXPECT_EQ(
+        output.Take(), "[II] CWindow: Drivers 'None,Offscreen' are taken: QUARN_DRIVER says so\n");
     setenv("QUARN_DRIVER", "", 1);
     CWindow::setINIFile(&config.ini);
     EXPECT_EQ(CWindow::getDriver(), "SDL");

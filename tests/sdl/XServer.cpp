@@ -42,7 +42,8 @@ void Process::Kill() {
 }
 
 bool XServer::IsThere() {
-    return std::system("command -v Xvfb xdotool openbox >/dev/null") == 0;
+    return std::system("{ command -v Xvfb && command -v xdotool && command -v openbox; } "
+                       ">/dev/null") == 0;
 }
 
 namespace {

@@ -151,6 +151,10 @@ bool CWindow::setINIFile(kiv::ini::INIFile* ini) {
     char const* const wanted = std::getenv(driverVariable);
     if (wanted != nullptr && *wanted != '\0') {
         drivers = wanted;
+        kiv::Diagnose(
+            "[II]",
+            BOOST_CURRENT_FUNCTION,
+            "Drivers '" + drivers + "' are taken: " + driverVariable + " says so");
     }
     setDriver(drivers);
     return true;
