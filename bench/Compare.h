@@ -30,5 +30,6 @@ void RegisterImageFigures();
 void RegisterWindowFigures();
 void RegisterPanelFigures();
 void RegisterGadgetFigures();
+void RegisterAnnotationFigures();
 
 } // namespace bench

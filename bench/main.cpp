@@ -136,6 +136,7 @@ int main(int argc, char** argv) {
     bench::RegisterImageFigures();
     bench::RegisterPanelFigures();
     bench::RegisterGadgetFigures();
+    bench::RegisterAnnotationFigures();
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
