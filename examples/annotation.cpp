@@ -22,7 +22,7 @@ constexpr unsigned frameHeight = 480;
 constexpr float handleSize = 10;
 constexpr math::Rect2<float> frameArea(0, 0, frameWidth, frameHeight);
 constexpr math::Rect2<float> boardArea(160, 10, 590, 345);
-constexpr CWindow::Colour cornerColour(64, 255, 96, 255);
+constexpr CWindow::Colour cornerColour(255, 48, 112, 255);
 constexpr CWindow::Colour regionColour(96, 160, 255, 255);
 constexpr CWindow::Colour maskColour(255, 160, 64, 255);
 
@@ -98,7 +98,7 @@ Annotation::Annotation(
     std::string const& driver, std::string const& frame, std::vector<Corner> const& corners)
     : m_mask{{6, 228}, {116, 188}, {136, 306}, {40, 400}},
       m_corners(boost::make_shared<CalibrationWidget<double>>(corners)),
-      m_region(boost::make_shared<CResizableBox>(boardArea, frameArea, true)),
+      m_region(boost::make_shared<CResizableBox>(boardArea, frameArea, false)),
       m_polygon(boost::make_shared<CPolyWidget<Point>>(
           m_mask.data(), static_cast<unsigned>(m_mask.size()), handleSize)),
       m_window(Params(driver)) {

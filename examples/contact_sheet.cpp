@@ -110,7 +110,7 @@ int main(int argc, char** argv) try {
     boost::filesystem::create_directories(argv[2]);
     CWindow::setOutputPath(argv[2]);
 
-    std::vector<Section> const sections = {GadgetSection()};
+    std::vector<Section> const sections = {GadgetSection(), WidgetSection()};
     Layout const layout(sections);
     CWindow sheet("Contact sheet", sheetWidth, layout.height, StateVisible);
     sheet.SetBackgroundColor(paper);

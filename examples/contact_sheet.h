@@ -22,6 +22,7 @@ struct Section {
 };
 
 Section GadgetSection();
+Section WidgetSection();
 
 /// A button or the pointer at a place of the cell's window, as its user would move it.
 ui::win::Event

@@ -55,14 +55,13 @@ private:
 TEST(WidgetPicture, OfMenus) {
     static char const* const items[] = {"Open", "-", "Quit", nullptr};
     Board board;
-    CMenuWidget& menu = board.Add(boost::make_shared<CMenuWidget>(items, 4, 4));
-    RecordingCore core; // measures the items, so that the pointer finds them
+    board.Add(boost::make_shared<CMenuWidget>(items, 4, 4));
     CMenuWidget& lower = board.Add(boost::make_shared<CMenuWidget>(items, 54, 20));
-    for (CMenuWidget* m : {&menu, &lower}) {
-        m->Init(&core);
-    }
-    lower.Interact(&core, Motion(60, 60));
-    EXPECT_TRUE(MatchesGolden(board.Draw(100, 90), "widgets/menus", textTolerance));
+    board.Draw(100, 70); // measures the items, so that the pointer finds them
+    RecordingCore core;
+    lower.Interact(&core, Motion(70, 53));
+    EXPECT_EQ(lower.HighlightedIndex(), 2);
+    EXPECT_TRUE(MatchesGolden(board.Draw(100, 70), "widgets/menus", textTolerance));
 }
 
 TEST(WidgetPicture, OfButtons) {
@@ -136,7 +135,7 @@ TEST(WidgetPicture, OfCalibrationPoints) {
     Board board;
     board.Add(
         boost::make_shared<CalibrationWidget<float>>(points),
-        {Press(40, 12), Key('-'), Key('e'), Press(12, 40)});
+        {Press(40, 12), Key('-'), Press(12, 40)});
     EXPECT_TRUE(MatchesGolden(board.Draw(60, 60), "widgets/calibration", textTolerance));
 }
 
