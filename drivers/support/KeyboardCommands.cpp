@@ -87,9 +87,12 @@ FindOrInsert(CThreadedCoreManager& window, char const* name, Make const& make) {
     return plugin != nullptr ? *plugin : *window.InsertPlugin(make(), false);
 }
 
+/// Opens over everything: the last plugin is drawn last.
 void ToggleHelp(CThreadedCoreManager& window) {
-    auto& help = FindOrInsert(window, "HELP", [] { return boost::make_shared<ui::win::Help>(); });
-    help.enabled = !help.enabled;
+    auto* const help =
+        &FindOrInsert(window, "HELP", [] { return boost::make_shared<ui::win::Help>(); });
+    help->enabled = !help->enabled;
+    std::rotate(help, help + 1, help + (&window.Plugins().back() - help) + 1);
 }
 
 /// Shows a bar, or none when it is that one already.

@@ -107,6 +107,18 @@ TEST_F(KeyboardCommands, ToggleTheBarsAndTheHelpScreen) {
         EXPECT_EQ(shown().help, step.help) << "key " << step.key;
     }
     EXPECT_EQ(PixelAt(window, 20, 20), RGB(255, 255, 255)) << "drawn without another refresh";
+    struct Cover : CWidget {
+        int Draw(CWindowCore* core) override {
+            core->SetColor({9, 9, 9, 255});
+            return core->DrawBox(0, 0, 64, 48, true) ? 1 : 0;
+        }
+    };
+    window.InsertPlugin(boost::make_shared<Cover>());
+    window.Refresh(true);
+    EXPECT_EQ(PixelAt(window, 20, 20), RGB(9, 9, 9));
+    Press('h');
+    Press('h');
+    EXPECT_EQ(PixelAt(window, 20, 20), RGB(255, 255, 255)) << "over what came after it";
     EXPECT_TRUE(Press(KeyF7));
     EXPECT_TRUE(Press(KeyF1, 0));
 }

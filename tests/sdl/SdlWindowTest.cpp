@@ -295,6 +295,36 @@ TEST_F(SdlWindow, CtrlKeysAreCommandsOfTheWindow) {
     EXPECT_TRUE(Eventually([&] { return screen.Differences(window) == 0; }));
 }
 
+TEST_F(SdlWindow, CtrlKeysOpenTheBarsAndTheHelpScreen) {
+    Draw(5);
+    Xdotool(At(100, 100) + "click 1");
+    Next(EventRelease);
+    auto const pixel = [&](int x, int y) { return screen.Pixel(Screen::NumberOf(window), x, y); };
+    // The corner of the help screen's frame, and a place in the bar beside its text.
+    struct {
+        char const* key;
+        int x;
+        int y;
+    } const cases[] = {
+        {"h", 20, 20},
+        {"F1", 317, 238},
+        {"F2", 317, 238},
+        {"F3", 317, 238},
+        {"F4", 317, 238},
+        {"F5", 317, 238},
+        {"F6", 317, 238}};
+    for (auto const& c : cases) {
+        RGB const before = pixel(c.x, c.y);
+        std::string const press = std::string("key --delay 30 ctrl+") + c.key;
+        Xdotool(press);
+        EXPECT_TRUE(Eventually([&] {
+            return pixel(c.x, c.y) != before && screen.Differences(window) == 0;
+        })) << c.key;
+        Xdotool(press);
+        EXPECT_TRUE(Eventually([&] { return pixel(c.x, c.y) == before; })) << c.key << " again";
+    }
+}
+
 TEST_F(SdlWindow, KeepsItsProportionsUnlessUnlocked) {
     std::string const number = std::to_string(Screen::NumberOf(window));
     auto const drag = [&](int w, int h) {
