@@ -261,6 +261,118 @@ void DrawSpace(CWindow& window) {
     window.DrawText(-1.4, -1.5, 0.3, "before them");
 }
 
+/// Asks the driver for something by name.
+class Extension : public CWidget {
+public:
+    explicit Extension(char const* name) : m_name(name) {}
+    int Draw(CWindowCore* core) override {
+        core->RunExtension(m_name);
+        return 1;
+    }
+
+private:
+    char const* m_name;
+};
+
+using RGBA = cimage::TRGBA<unsigned char>;
+
+/// A few large pixels in all hues, less opaque from top to bottom.
+boost::shared_ptr<cimage::CImage const> Wheel() {
+    auto image = boost::make_shared<cimage::TImage<RGBA>>(9, 9);
+    for (unsigned y = 0; y < 9; ++y) {
+        for (unsigned x = 0; x < 9; ++x) {
+            double const turn = std::atan2(y - 4.0, x - 4.0) / (2 * pi);
+            bool const mid = x == 4 && y == 4;
+            auto const alpha = static_cast<unsigned char>(255 - y * 25);
+            (*image)(x, y) = mid ? RGBA(255, 255, 255, alpha) : Hue(turn, alpha);
+        }
+    }
+    return image;
+}
+
+void DrawImages(CWindow& window) {
+    auto const wheel = Wheel();
+    for (bool const soft : {false, true}) {
+        double const y = soft ? 110 : 22;
+        window.push(new Extension(soft ? "soft-image" : "no-soft-image"));
+        window.SetBlend(BlendOpaque);
+        window.DrawImage(8, y, 72, 81, wheel);
+        window.SetBlend(BlendAlpha);
+        window.DrawImage(152, y, -66, 81, wheel); // mirrored, and its alpha counts
+        P3 const turned[4] = {
+            {232, F(y + 40), 0}, {192, F(y), 0}, {158, F(y + 40), 0}, {198, F(y + 81), 0}};
+        window.DrawImage(turned, wheel);
+    }
+    window.push(new Extension("no-soft-image"));
+}
+
+/// Rings that come closer and closer to each other.
+boost::shared_ptr<cimage::CImage const> Rings() {
+    constexpr unsigned size = 800;
+    auto image = boost::make_shared<cimage::TImage<unsigned char>>(size, size);
+    for (unsigned y = 0; y < size; ++y) {
+        for (unsigned x = 0; x < size; ++x) {
+            double const dx = x - size / 2.0;
+            double const dy = y - size / 2.0;
+            double const wave = std::cos((dx * dx + dy * dy) * pi / (2 * size));
+            (*image)(x, y) = static_cast<unsigned char>(128 + 120 * wave);
+        }
+    }
+    return image;
+}
+
+void DrawReduced(CWindow& window) {
+    auto const rings = Rings();
+    window.DrawImage(8, 24, 100, 100, rings);
+    P3 const turned[4] = {{232, 84, 0}, {172, 24, 0}, {112, 84, 0}, {172, 144, 0}};
+    window.DrawImage(turned, rings);
+    P3 const slanted[4] = {{100, 134, 0}, {20, 134, 0}, {60, 194, 0}, {150, 194, 0}};
+    window.DrawImage(slanted, rings);
+    window.DrawImage(176, 150, 40, 40, rings);
+}
+
+/// Hills of about 300 counts on a ground of 20,000.
+boost::shared_ptr<cimage::CImage const> Hills() {
+    auto image = boost::make_shared<cimage::TImage<unsigned short>>(144, 128);
+    for (unsigned y = 0; y < image->Height(); ++y) {
+        for (unsigned x = 0; x < image->Width(); ++x) {
+            auto const hill = [&](double cx, double cy, double r) {
+                double const d = std::hypot(x - cx, y - cy) / r;
+                return 300 * std::exp(-d * d);
+            };
+            double const count = hill(40, 40, 30) + hill(105, 60, 24) + hill(60, 100, 14);
+            (*image)(x, y) = static_cast<unsigned short>(20000 + count);
+        }
+    }
+    return image;
+}
+
+void DrawCounts(CWindow& window) {
+    auto const hills = Hills();
+    window.SetFontSize(10, false);
+    int cell = 0;
+    auto const draw = [&](char const* what) {
+        double const x = 6 + cell % 3 * 78;
+        double const y = 24 + cell / 3 * 88;
+        window.DrawImage(x, y, 72, 64, hills);
+        window.DrawText(x, y + 68, what);
+        ++cell;
+    };
+    draw("as stored");
+    window.SetImageRange(20000, 20150);
+    draw("20000 to 20150");
+    window.SetAutoImageRange(1, 99);
+    draw("1 % to 99 %");
+    std::pair<ColorMap, char const*> const maps[] = {
+        {ColorMapInverted, "inverted"}, {ColorMapJet, "jet"}, {ColorMapViridis, "viridis"}};
+    for (auto const& [map, name] : maps) {
+        window.SetColorMap(map);
+        draw(name);
+    }
+    window.ResetImageRange();
+    window.SetColorMap(ColorMapOff);
+}
+
 struct Panel {
     char const* title;
     void (*draw)(CWindow&);
@@ -275,6 +387,9 @@ constexpr Panel panels[] = {
     {"anti-aliased shapes", [](CWindow& w) { DrawShapes(w, true); }},
     {"meshes", DrawMeshes},
     {"depth, light, perspective", DrawSpace},
+    {"images, nearest and soft", DrawImages},
+    {"reduced images", DrawReduced},
+    {"16-bit counts", DrawCounts},
 };
 
 constexpr int panelCount = int(std::size(panels));

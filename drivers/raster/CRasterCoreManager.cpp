@@ -2,13 +2,16 @@
 
 #include "cimage/Conversion.h"
 #include "cimage/TImage.h"
+#include "drivers/raster/detail/Texture.h"
 #include "kiv/Diagnostics.h"
+#include "ui/win/image/ConstantImage.h"
 
 #include <boost/current_function.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace drivers::raster {
@@ -78,7 +81,13 @@ CRasterCoreManager::CRasterCoreManager(
 void CRasterCoreManager::ForgetImages() {
     m_canvas.State().texture = Texture();
     m_boundImage.reset();
-    m_converted.clear();
+    m_boundSource.reset();
+    for (auto entry = m_converted.begin(); entry != m_converted.end();) {
+        Converted& converted = entry->second;
+        bool const keep = converted.used && ui::win::IsConstant(converted.source.lock());
+        converted.used = false;
+        entry = keep ? std::next(entry) : m_converted.erase(entry);
+    }
 }
 
 void CRasterCoreManager::BeginFrame() {
@@ -90,7 +99,7 @@ void CRasterCoreManager::BeginFrame() {
     m_viewChanged = true;
     m_lights = {};
     m_depthCamera = nullptr;
-    ForgetImages();
+    m_shown.Clear();
     int const width = static_cast<int>(Width());
     int const height = static_cast<int>(Height());
     if (width != m_canvas.Width() || height != m_canvas.Height()) {
@@ -108,6 +117,7 @@ Canvas& CRasterCoreManager::ReadyCanvas() {
         math::TMatrix<double, 3, 4> worldToPixel;
         GetWorldToPixelMatrix(worldToPixel);
         m_canvas.SetView(worldToPixel, PixelRectangle());
+        m_shown.SetView(worldToPixel, PixelRectangle(), m_canvas.State());
         for (std::size_t i = 0; i < m_lights.size(); ++i) {
             Light& light = m_canvas.State().lights[i];
             light = m_lights[i].light;
@@ -148,18 +158,33 @@ bool CRasterCoreManager::SetTranslation(double dx, double dy, bool relative) {
     return CThreadedCoreManager::SetTranslation(dx, dy, relative);
 }
 
+CRasterCoreManager::Converted* CRasterCoreManager::FindConverted(SPImage const& image) {
+    ui::win::ImageRange const& range = GetImageRange();
+    auto const [first, last] = m_converted.equal_range(image.get());
+    auto const found = std::find_if(first, last, [&](auto const& entry) {
+        Converted const& c = entry.second;
+        bool const same = !c.source.owner_before(image) && !image.owner_before(c.source);
+        return same && c.map == GetColorMap() && c.range.kind == range.kind &&
+               c.range.low == range.low && c.range.high == range.high;
+    });
+    return found != last ? &found->second : nullptr;
+}
+
 bool CRasterCoreManager::BindImage(SPImage const& image) {
-    auto const known = std::find_if(
-        m_converted.begin(), m_converted.end(), [&](auto const& c) { return c.source == image; });
-    if (known != m_converted.end()) {
+    if (Converted* const known = FindConverted(image)) {
         m_boundImage = known->image;
         m_canvas.State().texture = known->texture;
-        return true;
+        known->used = true;
+    } else {
+        m_bind(this, m_mapping.Map(image, GetImageRange(), GetColorMap()));
+        if (m_boundImage != image) {
+            Texture const& texture = m_canvas.State().texture;
+            m_converted.emplace(
+                image.get(),
+                Converted{image, GetImageRange(), GetColorMap(), m_boundImage, texture, true});
+        }
     }
-    m_bind(this, image);
-    if (m_boundImage != image) {
-        m_converted.push_back({image, m_boundImage, m_canvas.State().texture});
-    }
+    m_boundSource = image;
     return true;
 }
 
@@ -254,7 +279,9 @@ bool CRasterCoreManager::DrawTriangles(C4UB_V3F_t const* points, unsigned count)
     return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
 }
 bool CRasterCoreManager::DrawTriangles(T2F_V3F_t const* points, unsigned count) {
-    return Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+    Draw(&Canvas::Triangles, points, std::size_t{count} * 3);
+    m_shown.Add(m_boundSource, points, count, 3, m_canvas.State());
+    return true;
 }
 bool CRasterCoreManager::DrawTrianglesV3FN3F(Point3<float> const* points, unsigned count) {
     if (count > 0) {
@@ -276,7 +303,9 @@ bool CRasterCoreManager::DrawQuads(C4UB_V3F_t const* points, unsigned count) {
     return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
 }
 bool CRasterCoreManager::DrawQuads(T2F_V3F_t const* points, unsigned count) {
-    return Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+    Draw(&Canvas::Quads, points, std::size_t{count} * 4);
+    m_shown.Add(m_boundSource, points, count, 4, m_canvas.State());
+    return true;
 }
 
 bool CRasterCoreManager::SetColor(Colour colour) {
@@ -503,6 +532,24 @@ bool CRasterCoreManager::GetPixel(Colour* colour, int x, int y) {
     }
     *colour = m_canvas.Read(x, y);
     return true;
+}
+
+bool CRasterCoreManager::FindImage(int x, int y, SPImage& image, Point2<double>& texel) {
+    EnsureFrame();
+    bool const found = m_shown.Find(m_canvas, x, y, image, texel);
+    m_viewChanged = true; // the search has set views of its own
+    return found;
+}
+
+bool CRasterCoreManager::GetImageCounts(int x, int y, ui::win::ImageCounts& counts) {
+    SPImage image;
+    Point2<double> texel;
+    return FindImage(x, y, image, texel) &&
+           ReadCounts(
+               *image,
+               detail::NearestTexel(texel.x, static_cast<int>(image->Width())),
+               detail::NearestTexel(texel.y, static_cast<int>(image->Height())),
+               counts);
 }
 
 } // namespace drivers::raster

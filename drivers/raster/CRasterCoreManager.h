@@ -1,12 +1,15 @@
 #pragma once
 
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/CountMapping.h"
+#include "drivers/raster/ShownImages.h"
 #include "drivers/raster/TextRenderer.h"
 #include "drivers/support/CThreadedCoreManager.h"
 #include "ui/win/image/CWindowImageConverter.h"
 
 #include <array>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace drivers::raster {
@@ -28,7 +31,9 @@ public:
         ui::win::CWindowViewPort* viewPort,
         boost::shared_ptr<ui::win::CCamera> camera) override;
     /// Grey, RGB and RGBA of 8 bits are sampled where they lie; other types are converted through
-    /// the pool, once a frame for each image. @throws std::runtime_error for types it does not know
+    /// the pool, and all of one channel mapped where an image range or a colour map is set. That is
+    /// done once a frame for each image, and once for all frames in a row for those that nobody can
+    /// change (IsConstant()). @throws std::runtime_error for types that the pool does not know
     bool BindImage(SPImage const& image) override;
 
     bool DrawLine(double x0, double y0, double x1, double y1) override;
@@ -103,6 +108,13 @@ public:
     bool GetImage(cimage::CImage& image) override;
     /// A pixel of the last picture. @return false, changing nothing, outside of it
     bool GetPixel(Colour* colour, int x, int y) override;
+    bool GetImageCounts(int x, int y, ui::win::ImageCounts& counts) override;
+    /// The topmost image of the last picture at window pixel (x, y), or of the present one so far
+    /// while it is being drawn. ReadCounts() tells what it stores there or elsewhere.
+    /// @param texel position in the image at the pixel's centre; whole numbers are the edges of its
+    ///              pixels, and those beyond its own edges belong to the nearest of its pixels
+    /// @return false, changing nothing, where no image is
+    bool FindImage(int x, int y, SPImage& image, math::Point2<double>& texel);
 
 protected:
     void BeginFrame() override;
@@ -113,11 +125,15 @@ protected:
 private:
     static constexpr double kDefaultFontSize = 12;
 
-    /// An image that was converted for this frame.
+    /// What was made of an image.
     struct Converted {
-        SPImage source;
+        boost::weak_ptr<cimage::CImage const>
+            source; // tells the image from later ones in its place
+        ui::win::ImageRange range;
+        ui::win::ColorMap map;
         SPImage image;
         Texture texture;
+        bool used; // in this frame
     };
     struct TextPlace;
     /// Where a light was put, the translation of then not yet added.
@@ -129,6 +145,7 @@ private:
     Canvas& ReadyCanvas();
     void BeginDepths();
     PlacedLight* LightOf(int number);
+    Converted* FindConverted(SPImage const& image);
     void ForgetImages();
     void SetTexture(SPImage const& image, Texture::Format format);
     template <class V>
@@ -149,7 +166,10 @@ private:
     double m_fontHeight = kDefaultFontSize;
     bool m_fontInWorld = false;
     SPImage m_boundImage; // keeps the texture of the canvas alive
-    std::vector<Converted> m_converted;
+    boost::weak_ptr<cimage::CImage const> m_boundSource;
+    std::unordered_multimap<cimage::CImage const*, Converted> m_converted; // by the source
+    CountMapping m_mapping;
+    ShownImages m_shown;
 };
 
 } // namespace drivers::raster

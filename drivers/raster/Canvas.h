@@ -4,6 +4,7 @@
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/UprightImage.h"
+#include "math/Point2.h"
 #include "math/Rect2.h"
 #include "math/TMatrix.h"
 
@@ -120,6 +121,17 @@ public:
     /// Lies at the state's maskDistance for the depth test.
     void BlendMask(
         int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride);
+
+    /// Finds the last of some textured triangles (corners 3) or convex quads (corners 4) that
+    /// covers a pixel, and is not hidden in the depths there. Draws nothing.
+    /// @param texture s and t at the pixel's centre
+    /// @return false, changing nothing, where none of them is
+    bool FindTexture(
+        VertexArray const& vertices,
+        std::size_t corners,
+        int x,
+        int y,
+        math::Point2<double>& texture);
 
     /// Row y from its first pixel, 0 <= y < Height().
     Colour* Row(int y) { return m_pixels.data() + RowStart(y); }

@@ -5,6 +5,7 @@
 #include "ui/win/CWidget.h"
 #include "ui/win/Event.h"
 #include "ui/win/camera/CWindowCamera2D.h"
+#include "ui/win/image/ConstantImage.h"
 
 #include <boost/make_shared.hpp>
 
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
+#include <vector>
 
 namespace tests {
 
@@ -47,6 +49,7 @@ public:
 
     using CRasterCoreManager::BeginFrame;
     using CRasterCoreManager::FinishFrame;
+    using CRasterCoreManager::Invalidate;
     using CRasterCoreManager::Picture;
 
     void StartInPixels() {
@@ -336,6 +339,148 @@ TEST(RasterCoreManager, KeepsDepthsForOneCameraInOnePlace) {
     DrawWall(core, kRed, 2);
     DrawWall(core, kGreen, 3);
     EXPECT_EQ(core.Picture().Read(30, 20), kGreen) << "a frame begins without a depth test";
+}
+
+using Deep = cimage::TImage<unsigned short>;
+
+/// Counts 0, 1000, 2000, ... row by row.
+boost::shared_ptr<Deep> Ramp(unsigned width, unsigned height) {
+    auto const image = boost::make_shared<Deep>(width, height);
+    for (unsigned i = 0; i < width * height; ++i) {
+        (*image)(i % width, i / width) = static_cast<unsigned short>(i * 1000);
+    }
+    return image;
+}
+
+TEST(RasterCoreManager, ShowsBoundImagesBetweenTwoCountsAndInColours) {
+    Core core;
+    core.StartInPixels();
+    auto const image = Ramp(4, 1);
+    auto const shown = [&](float y) {
+        core.DrawImage(P2(0, y), P2(4, y + 1), image);
+        return core.Picture().Read(2, static_cast<int>(y));
+    };
+    EXPECT_EQ(shown(0), Colour(7, 7, 7, 255)) << "the high byte";
+    core.SetImageRange({ImageRange::Counts, 0, 2550});
+    EXPECT_EQ(shown(1), Colour(200, 200, 200, 255));
+    core.SetColorMap(ColorMapViridis);
+    EXPECT_EQ(shown(2), drivers::raster::CountMapping::ColourOf(ColorMapViridis, 200));
+    core.SetImageRange({ImageRange::Percentiles, 0, 75});
+    EXPECT_EQ(shown(3), drivers::raster::CountMapping::ColourOf(ColorMapViridis, 255));
+    core.StartInPixels();
+    EXPECT_EQ(shown(0), Colour(7, 7, 7, 255)) << "a frame begins without";
+}
+
+TEST(RasterCoreManager, KeepsWhatItMadeOfAConstantImageWhileThatIsDrawn) {
+    Core core;
+    auto const image = Ramp(4, 1);
+    auto constant = MakeConstant(image);
+    auto const shown = [&] {
+        core.StartInPixels();
+        core.DrawImage(P2(0, 0), P2(4, 1), constant);
+        core.FinishFrame();
+        return core.Picture().Read(1, 0).r;
+    };
+    EXPECT_EQ(shown(), 3);
+    (*image)(1, 0) = 0x2000; // as nobody does with a constant image
+    EXPECT_EQ(shown(), 3) << "not converted again";
+    core.StartInPixels();
+    core.FinishFrame();
+    EXPECT_EQ(shown(), 0x20) << "a frame without it forgets";
+    constant.reset();
+    EXPECT_EQ(image.use_count(), 1);
+}
+
+/// Draws whatever a test wants, in the pass that a query begins.
+struct Scene : CWidget {
+    explicit Scene(std::function<void(CWindowCore&)> draw) : drawing(std::move(draw)) {}
+    int Draw(CWindowCore* core) override {
+        core->SetViewPort(ViewPortPixels, nullptr, {});
+        drawing(*core);
+        return 1;
+    }
+    std::function<void(CWindowCore&)> drawing;
+};
+
+TEST(RasterCoreManager, TellsTheCountsOfTheTopmostImageAtAPixel) {
+    Core core;
+    struct Case {
+        char const* what;
+        int x;
+        int y;
+        int count; // in thousands, -1 where there is none
+    };
+    auto const wide = Ramp(4, 2);
+    bool drawnYet = false;
+    auto const small = Ramp(1, 1);
+    (*small)(0, 0) = 9000;
+    core.DrawerList().Layers()[0].Push(boost::make_shared<Scene>([&](CWindowCore& in) {
+        in.SetImageRange({ImageRange::Counts, 0, 10});
+        in.DrawImage(P2(10, 10), P2(18, 14), wide);
+        in.DrawImage(P2(40, 10), P2(32, 14), wide); // mirrored
+        CWindowViewPort left = CWindowViewPort::Pixels(0, 0, 40, 48);
+        in.SetViewPort(ViewPortKeep, &left, {});
+        in.DrawImage(P2(16, 0), P2(60, 11), small);
+        in.DrawImage(P2(10, 10), P2(18, 14), boost::make_shared<Deep>(3, 0));
+        in.DrawBox(0, 0, 64, 48, true);
+        ImageCounts sofar;
+        drawnYet = core.GetImageCounts(10, 10, sofar);
+        in.DrawBox(0, 0, 64, 48, true);
+    }));
+    for (Case const& c : std::vector<Case>{
+             {"first pixel", 10, 10, 0},
+             {"its far edge", 11, 11, 0},
+             {"second pixel", 12, 11, 1},
+             {"second row", 10, 12, 4},
+             {"last pixel", 17, 13, 7},
+             {"beside", 18, 12, -1},
+             {"below", 17, 14, -1},
+             {"under another one", 16, 10, 9},
+             {"beside that one", 15, 10, 2},
+             {"mirrored", 39, 12, 4},
+             {"mirrored, last", 32, 12, 7},
+             {"cut off by the view port", 45, 5, -1},
+             {"outside of the window", -1, 500, -1}}) {
+        ImageCounts counts;
+        bool const found = core.GetImageCounts(c.x, c.y, counts);
+        EXPECT_EQ(found ? counts.values[0] / 1000 : -1, c.count) << c.what;
+    }
+    EXPECT_TRUE(drawnYet) << "asked while drawing";
+    EXPECT_EQ(core.Picture().Read(45, 5), kBlack) << "the view goes on as it was";
+}
+
+TEST(RasterCoreManager, TellsTheCountsOfTurnedAndHiddenImages) {
+    Core core;
+    auto const image = Ramp(2, 2);
+    auto const wallImage = Ramp(1, 1);
+    (*wallImage)(0, 0) = 9000;
+    auto const draw = [&](std::function<void(CWindowCore&)> drawing) {
+        core.DrawerList().Layers()[0].Clear();
+        core.DrawerList().Layers()[0].Push(boost::make_shared<Scene>(std::move(drawing)));
+        core.Invalidate();
+    };
+    auto const at = [&](int x, int y) {
+        ImageCounts counts;
+        return core.GetImageCounts(x, y, counts) ? counts.values[0] / 1000 : -1;
+    };
+    P3 const turned[4] = {{30, 30, 0}, {30, 10, 0}, {10, 10, 0}, {10, 30, 0}};
+    draw([&](CWindowCore& in) { in.DrawImage(turned, image); });
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(at(i < 2 ? 29 : 11, i % 2 == 0 ? 11 : 29), i);
+    }
+    P3 const ceiling[4] = {{9, -1, 30}, {-9, -1, 30}, {-9, -1, 2}, {9, -1, 2}};
+    P3 const wall[4] = {{99, 99, 40}, {-99, 99, 40}, {-99, -99, 40}, {99, -99, 40}};
+    draw([&](CWindowCore& in) {
+        in.SetViewPort(ViewPortCamera, nullptr, boost::make_shared<SpaceCamera>());
+        in.EnableZBuffer(1, 50);
+        in.DrawImage(ceiling, image);
+        in.DrawImage(wall, wallImage);
+    });
+    EXPECT_EQ(at(10, 5), 2);
+    EXPECT_EQ(at(50, 20), 3) << "the near half of the ceiling reaches down to here";
+    EXPECT_EQ(at(20, 21), 0);
+    EXPECT_EQ(at(44, 21), 1);
+    EXPECT_EQ(at(44, 30), 9) << "the wall, drawn later, is hidden but here";
 }
 
 TEST(RasterCoreManager, TextsStandAtTheirDistance) {

@@ -190,7 +190,7 @@ template bool CWindow::DrawImage(math::Point3<float> const*, RGB const*, long, u
 template bool CWindow::DrawImage(math::Point3<double> const*, RGB const*, long, unsigned, unsigned);
 
 bool CWindow::BindImage(cimage::CImage const& image) {
-    return Emplace<win::BindImage>(image.Clone());
+    return Emplace<win::BindImage>(CopyOf(image));
 }
 
 bool CWindow::BindImage(SPImage const& image) {
@@ -198,7 +198,7 @@ bool CWindow::BindImage(SPImage const& image) {
 }
 
 bool CWindow::DrawImageFile(std::string const& path, float x, float y, float w, float h) {
-    SPImage const image = cimage::CreateFromFile(path, boost::property_tree::ptree());
+    SPImage const image = MakeConstant(cimage::CreateFromFile(path, boost::property_tree::ptree()));
     return DrawImage(x, y, w, h, image);
 }
 

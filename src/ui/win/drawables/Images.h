@@ -6,6 +6,7 @@
 #include "math/Point3.h"
 #include "ui/win/CWidget.h"
 #include "ui/win/CWindowCore.h"
+#include "ui/win/image/ConstantImage.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
@@ -28,7 +29,18 @@ SPImage CopyPixels(P const* pixels, std::ptrdiff_t stride, unsigned width, unsig
         auto const* const row = reinterpret_cast<P const*>(bytes + std::ptrdiff_t{y} * stride);
         std::copy_n(row, width, (*image)[y]);
     }
-    return image;
+    return MakeConstant(image);
+}
+
+/// The same of rows tightly packed.
+template <class P>
+SPImage CopyPixels(P const* pixels, unsigned width, unsigned height) {
+    return MakeConstant(boost::make_shared<cimage::TImage<P>>(pixels, width, height));
+}
+
+/// An image of its own over what another one holds.
+inline SPImage CopyOf(cimage::CImage const& image) {
+    return MakeConstant(image.Clone());
 }
 
 /// Makes an image the core's texture for later textured vertices.
@@ -67,15 +79,15 @@ private:
 /// TRGBA<unsigned char>, rows tightly packed.
 class CopyImage : public Image {
 public:
-    explicit CopyImage(cimage::CImage const& image) : Image(image.Clone()) {}
+    explicit CopyImage(cimage::CImage const& image) : Image(CopyOf(image)) {}
     CopyImage(
         math::Point2<float> const& topLeft,
         math::Point2<float> const& bottomRight,
         cimage::CImage const& image)
-        : Image(topLeft, bottomRight, image.Clone()) {}
+        : Image(topLeft, bottomRight, CopyOf(image)) {}
     template <class P>
     CopyImage(P const* pixels, unsigned width, unsigned height)
-        : Image(boost::make_shared<cimage::TImage<P>>(pixels, width, height)) {}
+        : Image(CopyPixels(pixels, width, height)) {}
     template <class P>
     CopyImage(
         math::Point2<float> const& topLeft,
@@ -83,8 +95,7 @@ public:
         P const* pixels,
         unsigned width,
         unsigned height)
-        : Image(
-              topLeft, bottomRight, boost::make_shared<cimage::TImage<P>>(pixels, width, height)) {}
+        : Image(topLeft, bottomRight, CopyPixels(pixels, width, height)) {}
 };
 
 /// A shared image over any quadrilateral. Corners: top right, top left, bottom left, bottom right
@@ -106,7 +117,7 @@ private:
 class CopyImageTexture : public ImageTexture {
 public:
     CopyImageTexture(math::Point3<float> const* corners, cimage::CImage const& image)
-        : ImageTexture(corners, image.Clone()) {}
+        : ImageTexture(corners, CopyOf(image)) {}
     /// @param stride bytes from row to row
     template <class P>
     CopyImageTexture(
