@@ -7,7 +7,9 @@
 
 #include <boost/property_tree/ptree.hpp>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
 
 namespace {
 
@@ -16,35 +18,31 @@ using namespace tests;
 
 constexpr int textTolerance = 60;
 
-void Motion(CWindow& window, int x, int y, std::uint32_t state = 0) {
-    Event event = MakeEvent(EventMotion, x, y);
-    event.state = state;
-    window.InjectEvent(event);
-}
-
-void PressAt(CWindow& window, int x, int y) {
-    Event event = MakeEvent(EventPress, x, y);
-    event.button = ButtonLeft;
-    window.InjectEvent(event);
+Event At(CWindowEvents_ID type, int x, int y) {
+    Event event = MakeEvent(type, x, y);
+    event.button = event.state = ButtonLeft;
+    return event;
 }
 
 /// Shows a status bar over an image with metadata.
-boost::shared_ptr<StatusBar> ShowBar(CWindow& window, int mode) {
+void ShowBar(CWindow& window, int mode, int notation, std::vector<Event> const& events) {
     kiv::ini::INIFile section;
     auto const bar = boost::make_shared<StatusBar>(section);
     bar->SetMode(mode);
+    bar->SetColourNotation(notation);
     auto const image = boost::make_shared<cimage::TImage<RGB>>(10, 4);
-    for (unsigned x = 0; x < 10; ++x) {
-        for (unsigned y = 0; y < 4; ++y) {
-            (*image)(x, y) = RGB(static_cast<unsigned char>(25 * x), 90, 160);
-        }
+    for (unsigned i = 0; i < 40; ++i) {
+        (*image)(i / 4, i % 4) = RGB(static_cast<unsigned char>(25 * (i / 4)), 90, 160);
     }
     image->Metadata().put("Lens", "8 mm");
     image->Metadata().put("_raw", "1");
+    window.SetCustomStatusBar("all is well");
     window.DrawImage(0, 0, 300, 64, CWindow::SPImage(image));
     window.InsertPlugin(bar);
     window.Refresh(true);
-    return bar;
+    for (Event const& event : events) {
+        window.InjectEvent(event);
+    }
 }
 
 void Logos(CWindow& window) {
@@ -63,63 +61,41 @@ void Logos(CWindow& window) {
 
 struct Gadget {
     char const* name;
+    std::function<void(CWindow& window)> show;
     unsigned width;
     unsigned height;
-    void (*show)(CWindow& window);
 };
+
+Gadget Bar(char const* name, int mode, std::vector<Event> events = {}, int notation = 0) {
+    return {name, [=](CWindow& window) { ShowBar(window, mode, notation, events); }, 300, 64};
+}
 
 void PrintTo(Gadget const& gadget, std::ostream* out) {
     *out << gadget.name;
 }
 
 Gadget const gadgets[] = {
-    {"bar_window", 300, 64, [](CWindow& w) { ShowBar(w, 1); }},
-    {"bar_above",
-     300,
-     64,
+    Bar("bar_window", 1),
+    Bar("bar_above", 1, {At(EventMotion, 10, 33)}),
+    Bar("bar_ruler_idle", 2),
+    Bar("bar_ruler", 2, {At(EventPress, 20, 50), At(EventMotion, 120, 10)}),
+    Bar("bar_mouse", 3, {At(EventMotion, 100, 20)}),
+    Bar("bar_mouse_hls", 3, {At(EventMotion, 130, 20)}, StatusBar::NotationHLS),
+    Bar("bar_mouse_hsv", 3, {At(EventMotion, 130, 20)}, StatusBar::NotationHSV),
+    Bar("bar_refresh", 4),
+    Bar("bar_user", 6),
+    Bar("bar_image", 7),
+    Bar("bar_none", 8),
+    {"help", [](CWindow& w) { w.InsertPlugin(boost::make_shared<Help>()); }, 220, 130},
+    {"logos", Logos, 120, 100},
+    {"bars",
      [](CWindow& w) {
-         ShowBar(w, 1);
-         Motion(w, 10, 33);
-     }},
-    {"bar_ruler_idle", 300, 64, [](CWindow& w) { ShowBar(w, 2); }},
-    {"bar_ruler",
-     300,
-     64,
-     [](CWindow& w) {
-         ShowBar(w, 2);
-         PressAt(w, 20, 50);
-         Motion(w, 120, 10, 1);
-     }},
-    {"bar_mouse",
-     300,
-     64,
-     [](CWindow& w) {
-         ShowBar(w, 3);
-         Motion(w, 100, 20);
-     }},
-    {"bar_mouse_hsv",
-     300,
-     64,
-     [](CWindow& w) {
-         ShowBar(w, 3)->SetColourNotation(StatusBar::NotationHSV);
-         Motion(w, 130, 20);
-     }},
-    {"bar_user",
-     300,
-     64,
-     [](CWindow& w) {
-         ShowBar(w, 6);
-         w.SetCustomStatusBar("all is well");
-     }},
-    {"bar_image", 300, 64, [](CWindow& w) { ShowBar(w, 7); }},
-    {"bar_none", 300, 64, [](CWindow& w) { ShowBar(w, 8); }},
-    {"help", 220, 130, [](CWindow& w) { w.InsertPlugin(boost::make_shared<Help>()); }},
-    {"logos", 120, 100, Logos},
-    {"bars", 160, 64, [](CWindow& w) {
          w.SetColor({255, 220, 120, 255});
          ScaleBar(w, {12, 6, 148, 22}, -1, 1.5);
          ProgressBar(w, {12, 36, 148, 54}, 0.4);
-     }}};
+     },
+     160,
+     64}};
 
 class GadgetPictures : public testing::TestWithParam<Gadget> {};
 

@@ -49,14 +49,9 @@ void WindowsMap::Clear() {
     m_windows.clear();
 }
 
-boost::shared_ptr<CWindow> WindowsMap::Wnd(std::string const& name) {
+boost::shared_ptr<CWindow> WindowsMap::Wnd(std::string const& name) const {
     auto const found = m_windows.find(name);
     return found == m_windows.end() ? boost::shared_ptr<CWindow>() : found->second;
-}
-
-boost::shared_ptr<CWindow const> WindowsMap::Wnd(std::string const& name) const {
-    auto const found = m_windows.find(name);
-    return found == m_windows.end() ? boost::shared_ptr<CWindow const>() : found->second;
 }
 
 CWindowVisibilityProxy* WindowsMap::Window(std::string const& name) {

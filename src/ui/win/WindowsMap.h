@@ -41,8 +41,7 @@ public:
     void Clear();
 
     /// @return empty for an unknown name
-    boost::shared_ptr<CWindow> Wnd(std::string const& name);
-    boost::shared_ptr<CWindow const> Wnd(std::string const& name) const;
+    boost::shared_ptr<CWindow> Wnd(std::string const& name) const;
     /// @return the window's proxy, valid until the window is removed; null for an unknown name
     CWindowVisibilityProxy* Window(std::string const& name);
     Map const& Windows() const { return m_windows; }

@@ -6,10 +6,12 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -220,8 +222,6 @@ TEST(PolyWidget, DragsTheVerticesOfItsOwner) {
          {Press(500, 500), false, "1 50.5,-3", 0}, // a press beside everything lets go of nothing
          {Release(0, 0), true, "-1 50.5,-3", 0},
          {Press(nan, 0), false, "-1 50.5,-3", 0}});
-    EXPECT_TRUE(polygon.try_lock());
-    polygon.unlock();
     EXPECT_EQ(polygon.find_near(0, 96), 3);
 }
 
@@ -245,6 +245,25 @@ TEST(PolyWidget, IsDrawnClosedWithItsHandles) {
     EXPECT_THAT(core.Take(), ElementsAre("DrawPolyLine (10,10) 0"));
     EXPECT_EQ(CPolyWidget<Point2f>(nullptr, 0, 5).Draw(&core), 1);
     EXPECT_THROW(CPolyWidget<Point2f>(nullptr, 1, 5), std::invalid_argument);
+}
+
+TEST(AnnotationWidgets, WaitForWhoHoldsTheirMutex) {
+    RecordingCore core;
+    CLinesSheaf sheaf({0, 0}, {0, 0, 200, 200});
+    Point2f vertex;
+    CPolyWidget<Point2f> polygon(&vertex, 1, 10);
+    auto const expectWait = [&](auto& widget, Point2f const& written) {
+        widget.Interact(&core, Press(0, 0));
+        widget.lock();
+        std::thread drag([&] { widget.Interact(&core, Motion(50, 50)); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(written, Point2f(0, 0));
+        widget.unlock();
+        drag.join();
+        EXPECT_EQ(written, Point2f(50, 50));
+    };
+    expectWait(sheaf, sheaf.Centre());
+    expectWait(polygon, vertex);
 }
 
 template <class T>

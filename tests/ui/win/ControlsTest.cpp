@@ -251,7 +251,9 @@ TEST(SkinButton, FollowsThePointerAndCapturesIt) {
 
     EXPECT_FALSE(plain.Interact(&core, Motion(20, 30)));
     EXPECT_EQ(plain.GetStatus(), CSkinButton::Normal) << "there is no picture to hover with";
+    core.log.clear();
     EXPECT_THROW(plain.Interact(&core, Release(20, 30)), boost::bad_function_call);
+    EXPECT_TRUE(core.log.empty()) << "it is called before the window is drawn";
 }
 
 TEST(SkinButton, DrawsThePictureOfItsStatus) {
@@ -303,8 +305,10 @@ TEST(SkinCheckBox, ChangesWithTheRelease) {
         EXPECT_THROW(box.Draw(&core), std::runtime_error);
         EXPECT_TRUE(box.Interact(&core, Release(20, 30)));
     }
+    core.log.clear();
     EXPECT_THROW(
         CSkinCheckBox(area, {}, {}).Interact(&core, Release(20, 30)), boost::bad_function_call);
+    EXPECT_TRUE(core.log.empty());
 }
 
 } // namespace

@@ -124,36 +124,29 @@ TEST_F(StatusBars, WriteWhatTheirModeShows) {
 TEST_F(StatusBars, KeepAwayFromThePointer) {
     Core core(512, 255);
     bar.SetMode(9);
-    auto const drawn = [&](int pointerY) {
-        bar.Interact(&core, At(EventMotion, 5, pointerY, 0));
-        bar.Draw(&core);
-        Lines lines = core.Take();
-        EXPECT_THAT(lines.at(0), StartsWith("SetColor ")) << "no refresh before";
-        lines.erase(lines.begin());
-        return lines;
+    struct Case {
+        int pointerY;
+        std::string box, tab, text, title;
     };
-    EXPECT_THAT(
-        drawn(127),
-        ElementsAre(
-            "DrawBox 0 237 512 255 1",
-            "DrawQuads (0,237 10,227 170,227 180,237)",
-            "SetColor 255,255,255,255",
-            "SetFontSizeEx 13.5 13.5 0",
-            "DrawText 2,251,0 ''",
-            "SetFontSizeEx 8 8 0",
-            "DrawText 12,235,0 '(none)'"))
-        << "127 is not below 127.5";
-    EXPECT_EQ(bar.BarRectangle(), math::Rect2<int>(0, 237, 512, 255));
-    EXPECT_THAT(
-        drawn(128),
-        ElementsAre(
-            "DrawBox 0 0 512 18 1",
-            "DrawQuads (0,18 10,28 170,28 180,18)",
-            "SetColor 255,255,255,255",
-            "SetFontSizeEx 13.5 13.5 0",
-            "DrawText 2,14,0 ''",
-            "SetFontSizeEx 8 8 0",
-            "DrawText 12,26,0 '(none)'"));
+    for (Case const& c :
+         {Case{127, "0 237 512 255", "0,237 10,227 170,227 180,237", "2,251,0", "12,235,0"},
+          Case{128, "0 0 512 18", "0,18 10,28 170,28 180,18", "2,14,0", "12,26,0"}}) {
+        bar.Interact(&core, At(EventMotion, 5, c.pointerY, 0));
+        bar.Draw(&core);
+        EXPECT_THAT(
+            core.Take(),
+            ElementsAre(
+                StartsWith("SetColor "), // and no refresh before
+                "DrawBox " + c.box + " 1",
+                "DrawQuads (" + c.tab + ")",
+                "SetColor 255,255,255,255",
+                "SetFontSizeEx 13.5 13.5 0",
+                "DrawText " + c.text + " ''",
+                "SetFontSizeEx 8 8 0",
+                "DrawText " + c.title + " '(none)'"))
+            << c.pointerY;
+    }
+    EXPECT_EQ(bar.BarRectangle(), math::Rect2<int>(0, 0, 512, 18));
     EXPECT_EQ(core.HorizontalTextAlign(), AlignLeft);
     EXPECT_EQ(core.VerticalTextAlign(), AlignBaseline);
 }
@@ -357,22 +350,14 @@ TEST_F(Logos, AreDrawnInNinePlaces) {
     section.Set("SIZE", "64");
     Logo logo(section);
     Core core(641, 480);
-    std::vector<std::string> const places = {
-        "288.5,5",
-        "572,5",
-        "572,224",
-        "572,443",
-        "288.5,443",
-        "5,443",
-        "5,224",
-        "5,5",
-        "288.5,224"};
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        section.Set("LOCATE", logolocation[i]);
-        Logo named(section);
-        EXPECT_EQ(named.Draw(&core), 1);
-        EXPECT_THAT(core.Take().at(3), StartsWith("DrawImage " + places[i] + " "));
+    std::string places;
+    for (char const* const location : logolocation) {
+        section.Set("LOCATE", location);
+        EXPECT_EQ(Logo(section).Draw(&core), 1);
+        std::string const drawn = core.Take().at(3); // DrawImage <corner> <corner> <image>
+        places += drawn.substr(9, drawn.find(' ', 10) - 9);
     }
+    EXPECT_EQ(places, " 288.5,5 572,5 572,224 572,443 288.5,443 5,443 5,224 5,5 288.5,224");
     logo.SetLocation(9);
     logo.Draw(&core);
     EXPECT_THAT(

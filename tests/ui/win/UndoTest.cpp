@@ -7,6 +7,7 @@
 #include <boost/make_shared.hpp>
 
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -23,18 +24,12 @@ struct Undo : testing::Test {
         points->SetUndoStack(stack);
     }
 
-    struct Geometry {
-        math::Rect2<float> box;
-        Point2f centre;
-        std::vector<Point2f> normals;
-        std::vector<Point2f> vertices;
-        std::vector<math::Point2<double>> points;
-
-        bool operator==(Geometry const& o) const {
-            return box == o.box && centre == o.centre && normals == o.normals &&
-                   vertices == o.vertices && points == o.points;
-        }
-    };
+    using Geometry = std::tuple<
+        math::Rect2<float>,
+        Point2f,
+        std::vector<Point2f>,
+        std::vector<Point2f>,
+        std::vector<math::Point2<double>>>;
 
     Geometry Present() const {
         return {box.Box(), sheaf.Centre(), sheaf.Normals(), vertices, points->Points()};

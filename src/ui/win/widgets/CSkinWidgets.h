@@ -44,6 +44,7 @@ public:
     bool Interact(CWindowCoreManager* manager, Event const& event) override;
 
     SkinArea const& Area() const { return m_area; }
+    void SetArea(SkinArea const& area) { m_area = area; }
     std::uint32_t GetStatus() const { return m_status; }
     /// Not checked; neither this nor Enable() redraws.
     void SetStatus(std::uint32_t status) { m_status = status; }
@@ -75,6 +76,7 @@ public:
     bool Interact(CWindowCoreManager* manager, Event const& event) override;
 
     SkinArea const& Area() const { return m_area; }
+    void SetArea(SkinArea const& area) { m_area = area; }
     std::int32_t GetStatus() const { return m_status; }
     /// Not checked; neither this nor Enable() calls back or redraws.
     void SetStatus(std::int32_t status) { m_status = status; }

@@ -38,6 +38,12 @@ public:
 
     /// Entry under the pointer, separators counted, or `none`.
     std::int32_t HighlightedIndex() const { return m_highlighted; }
+    /// For an owner that shows the menu again, with `none`; does not redraw.
+    void SetHighlightedIndex(std::int32_t index) { m_highlighted = index; }
+    void SetPosition(double x, double y) {
+        m_x = x;
+        m_y = y;
+    }
     double X() const { return m_x; }
     double Y() const { return m_y; }
     /// Sizes are 0 until the items were measured.
