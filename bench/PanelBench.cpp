@@ -3,6 +3,7 @@
 #include "ui/panel/PanelManager.h"
 #include "ui/panel/Value.h"
 
+#include <boost/any.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
@@ -25,6 +26,8 @@ public:
     struct Entry {
         std::map<std::string, std::string> attributes;
         double value = 0;
+        std::string text = "0.25";
+        boost::any any = 0.25;
         unsigned references = 1;
     };
 
@@ -87,6 +90,9 @@ struct Panel {
     PlainRegistry plain;
     std::string const key = "label";
     std::string const text = "Gain";
+    std::string const number = "0.25";
+    std::string read;
+    boost::any any = 0.25;
 
 private:
     int m_slot = 0;
@@ -115,6 +121,30 @@ Measured const g_operations[] = {
     {"panel value write",
      [](Panel& /*p*/, Variable& v) { v.Set(2.0); },
      [](Panel& p, Variable& v) { p.plain.With(v.GUID(), [](auto& entry) { entry.value = 2.0; }); }},
+    {"panel value read as text",
+     [](Panel& p, Variable& v) {
+         ui::PanelManagerInstance()->Get(v.GUID(), p.read);
+         benchmark::DoNotOptimize(p.read);
+     },
+     [](Panel& p, Variable& v) {
+         p.plain.With(v.GUID(), [&](auto& entry) { p.read = entry.text; });
+         benchmark::DoNotOptimize(p.read);
+     }},
+    {"panel value write as text",
+     [](Panel& p, Variable& v) { ui::PanelManagerInstance()->Set(v.GUID(), p.number); },
+     [](Panel& p, Variable& v) {
+         p.plain.With(v.GUID(), [&](auto& entry) { entry.text = p.number; });
+     }},
+    {"panel value read as any",
+     [](Panel& p, Variable& v) { ui::PanelManagerInstance()->Get(v.GUID(), p.any); },
+     [](Panel& p, Variable& v) {
+         p.plain.With(v.GUID(), [&](auto& entry) { p.any = entry.any; });
+     }},
+    {"panel value write as any",
+     [](Panel& p, Variable& v) { ui::PanelManagerInstance()->Set(v.GUID(), p.any); },
+     [](Panel& p, Variable& v) {
+         p.plain.With(v.GUID(), [&](auto& entry) { entry.any = p.any; });
+     }},
     {"panel handle copy and destruction",
      [](Panel& /*p*/, Variable& v) { ui::var::Base const copy(v); },
      [](Panel& p, Variable& v) {

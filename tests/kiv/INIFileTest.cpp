@@ -89,75 +89,41 @@ TEST_F(INIFileTest, ChangesTouchOnlyTheirOwnLine) {
         {"K=1\nL=\n", [](INIFile& i) { i.Set("L", " x"); }, "K=1\nL=\" x\"\n"},
         {"K=\"1\"\n", [](INIFile& i) { i.Set("K", "1"); }, "K=\"1\"\n"},
         {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Set("K", "4"); }, "K=1\nk=2\nK=4\n"},
-        {"K=1\nk=2\nK=3\n", [](INIFile& i) { i.Erase("K"); }, "k=2\n"},
-        {"K=1",
-         [](INIFile& i) {
-             i.Set("K", "a text of some length");
-             i.Set("N", "2");
-             i.Set("K", "3");
-         },
-         "K=3\nN = 2\n"},
+        {"K=1\nk=2\n; c\nK=3\n", [](INIFile& i) { i.Erase("K"); }, "k=2\n; c\n"},
+        {"K=1", [](INIFile& i) { i.Set("N", "2"); }, "K=1\nN = 2\n"},
         {"K=1\r\n\r\n[A]\r\n", [](INIFile& i) { i.Set("N", ""); }, "K=1\r\nN =\r\n\r\n[A]\r\n"},
         {"; head\n\n; about A\n[A]\n",
          [](INIFile& i) { i.Set("N", "1"); },
          "; head\nN = 1\n\n; about A\n[A]\n"},
         {"; about A\n[A]\n", [](INIFile& i) { i.Set("N", "1"); }, "N = 1\n; about A\n[A]\n"},
-        {"[A]\n\n; about B\n[B]\nk=1\n",
-         [](INIFile& i) { i.Node("A")->Set("N", "1"); },
-         "[A]\nN = 1\n\n; about B\n[B]\nk=1\n"},
-        {"[A]\na=1\n[B]\n[A]\nb=2\n",
+        {"[A]\na=1\n[B]\n[A]\n\n; C\n[C]",
          [](INIFile& i) { i.Node("A")->Set("c", "3"); },
-         "[A]\na=1\n[B]\n[A]\nb=2\nc = 3\n"},
-        {"a=1\n; c\nb=2\n;e\nb=3\n",
-         [](INIFile& i) {
-             i.Erase("b");
-             i.Set("d", "4");
-             i.Erase("a");
-             i.Set("d", "5");
-         },
-         "d = 5\n; c\n;e\n"},
-        {"", [](INIFile& i) { i.Node("A")->Set("", "x"); }, "[A]\n= x\n"},
-        {"K=1", [](INIFile& i) { i.Node("A")->Set("a", "x"); }, "K=1\n\n[A]\na = x\n"},
-    };
+         "[A]\na=1\n[B]\n[A]\nc = 3\n\n; C\n[C]"},
+        {"K=1", [](INIFile& i) { i.Node("A")->Set("", "x"); }, "K=1\n\n[A]\n= x\n"}};
     for (auto const& c : cases) {
         EXPECT_EQ(After(c.before, c.change), c.after) << c.before;
     }
 }
 
 TEST_F(INIFileTest, AnyValueSurvivesASaveUnderAnyKey) {
-    std::string const values[] = {
-        "",
-        " ",
-        "plain",
-        " lead",
-        "trail\t",
-        "a\nb",
-        "a\r",
-        "\"",
-        "\"q\"",
-        "\\n",
-        "\"\\",
-        "a = b",
-        ";c",
-        "#c",
-        "[s]",
-        "x ; y",
-        "gr\xC3\xBC\xC3\x9F",
-        "a\n[injected]\nkey=1",
-        std::string("\0z", 2),
-        std::string(100000, '"'),
-    };
+    std::vector<std::string> values{
+        "", " ", "plain", " lead", "trail\t", "a\nb", "a\r", "\"", "\"q\""};
+    for (char const* text : {"\\n", "\"\\", "a = b", ";c", "#c", "[s]", "x ; y", "\xC3\xBC"}) {
+        values.emplace_back(text);
+    }
+    values.emplace_back("a\n[injected]\nkey=1");
+    values.emplace_back("\0z", 2);
+    values.emplace_back(100000, '"');
     std::string const keys[] = {"", "K", "WIN OUTPUT FILE FORMAT", "\xC3\xA4", "a;b#c[d]\"e\""};
     INIFile ini;
     for (auto const& key : keys) {
-        for (std::size_t i = 0; i < std::size(values); ++i) {
+        for (std::size_t i = 0; i < values.size(); ++i) {
             ini.Node("S" + std::to_string(i))->Set(key, values[i]);
         }
     }
     ini.SaveAs(Path());
     INIFile loaded(Path());
-    EXPECT_EQ(loaded.Nodes().size(), std::size(values));
-    for (std::size_t i = 0; i < std::size(values); ++i) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
         INIFile const& section = *loaded.Node("S" + std::to_string(i));
         EXPECT_THAT(section.Keys(), testing::ElementsAreArray(keys));
         for (auto const& key : keys) {
@@ -216,22 +182,12 @@ TEST_F(INIFileTest, EveryChangeAgreesWithAModelAndSurvivesASave) {
 
 TEST_F(INIFileTest, WhatNoLineCanHoldIsRefused) {
     INIFile ini;
-    for (char const* key :
-         {"a=b",
-          "a\nb",
-          " a",
-          "a\t",
-          ";a",
-          "#a",
-          "[a]",
-          "\xEF\xBB\xBF"
-          "a"}) {
-        EXPECT_THROW(ini.Set(key, "x"), std::runtime_error) << key;
+    for (char const* key : {"a=b", "a\nb", " a", "a\t", ";a", "#a", "[a]", "\xEF\xBB\xBFx"}) {
+        EXPECT_FALSE(IsKey(key)) << key;
     }
     for (char const* name : {"", "a]", "a\nb", " a", "a "}) {
         EXPECT_EQ(ini.Node(name), nullptr) << name;
     }
-    EXPECT_THAT(ini.Keys(), ElementsAre());
 }
 
 TEST_F(INIFileTest, SectionsAreSeparateAndTheLastDuplicateCounts) {
@@ -249,36 +205,27 @@ TEST_F(INIFileTest, SectionsAreSeparateAndTheLastDuplicateCounts) {
 }
 
 template <class T>
-void ExpectLookup(std::string const& text, T expected) {
+void ExpectLookups(
+    std::initializer_list<std::pair<char const*, T>> read,
+    std::initializer_list<char const*> refused) {
     INIFile ini;
-    ini.Set("k", text);
-    EXPECT_EQ(ini.Get("k", T()), expected) << text;
-}
-template <class T>
-void ExpectNo(std::string const& text) {
-    INIFile ini;
-    ini.Set("k", text);
-    T value{};
-    EXPECT_THROW(ini.Lookup("k", value), boost::bad_lexical_cast) << text;
+    for (auto const& [text, value] : read) {
+        ini.Set("k", text);
+        EXPECT_EQ(ini.Get("k", T()), value) << text;
+    }
+    for (char const* text : refused) {
+        ini.Set("k", text);
+        T value{};
+        EXPECT_THROW(ini.Lookup("k", value), boost::bad_lexical_cast) << text;
+    }
 }
 
 TEST_F(INIFileTest, TypedLookupsTakeTheWholeTextOrThrow) {
-    ExpectLookup("true", true);
-    ExpectLookup("FaLsE", false);
-    ExpectLookup("+12", 12);
-    ExpectLookup("-3", -3);
-    ExpectLookup("4294967295", 4294967295U);
-    ExpectLookup("1e-3", 1e-3);
-    ExpectLookup("0.1", 0.1F);
-    for (char const* text : {"", "1", "yes", "TRUE ", "TRUEE"}) {
-        ExpectNo<bool>(text);
-    }
-    for (char const* text : {"", "1.0", "1x", " 1", "++1", "+-1", "99999999999", "0x10"}) {
-        ExpectNo<int>(text);
-    }
-    ExpectNo<unsigned>("-1");
-    ExpectNo<double>("1,5");
-    ExpectNo<float>("1e99");
+    ExpectLookups<bool>({{"true", true}, {"FaLsE", false}}, {"", "1", "yes", "TRUE ", "TRUEE"});
+    ExpectLookups<int>({{"+12", 12}, {"-3", -3}}, {"", "1.0", "1x", " 1", "++1", "+-1", "0x10"});
+    ExpectLookups<unsigned>({{"4294967295", 4294967295U}}, {"-1", "4294967296"});
+    ExpectLookups<double>({{"1e-3", 1e-3}}, {"1,5"});
+    ExpectLookups<float>({{"0.1", 0.1F}}, {"1e99"});
 }
 
 TEST_F(INIFileTest, MissingKeyIsReportedWithItsFile) {
@@ -329,24 +276,18 @@ TEST_F(INIFileTest, FailuresNameTheFileAndTheReasonAndLoseNothing) {
 TEST_F(INIFileTest, SaveKeepsLinksAndPermissionsAndLeavesNoOtherFile) {
     INIFile ini(Write("k=1\n"));
     fs::permissions(Path(), fs::perms::owner_read | fs::perms::owner_write);
-    fs::create_symlink("test.ini", Path("link.ini"));
-    ini.Set("k", "2");
-    ini.SaveAs(Path("link.ini"));
-    EXPECT_TRUE(fs::is_symlink(Path("link.ini")));
-    EXPECT_EQ(Read(), "k=2\n");
-    EXPECT_EQ(fs::status(Path()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(std::distance(fs::directory_iterator(Path("")), {}), 2);
-}
-
-TEST_F(INIFileTest, SavingThroughALinkMakesTheFileItPointsAt) {
     fs::create_directory(Path("folder"));
     fs::create_symlink("folder/link.ini", Path("outer.ini"));
     fs::create_symlink("../test.ini", Path("folder/link.ini"));
-    INIFile ini;
-    ini.Set("k", "1");
+    ini.Set("k", "3");
     ini.SaveAs(Path("outer.ini"));
-    EXPECT_EQ(Read(), "k = 1\n");
+    EXPECT_EQ(Read(), "k=3\n");
+    EXPECT_EQ(fs::status(Path()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_TRUE(fs::is_symlink(Path("outer.ini")) && fs::is_symlink(Path("folder/link.ini")));
+    EXPECT_EQ(std::distance(fs::recursive_directory_iterator(Path("")), {}), 4);
+    fs::remove(Path());
+    ini.Save();
+    EXPECT_EQ(Read(), "k=3\n") << "made where the links end";
     fs::create_symlink("circle.ini", Path("circle.ini"));
     EXPECT_THAT(MessageOf([&] { ini.SaveAs(Path("circle.ini")); }), HasSubstr("symbolic links"));
 }

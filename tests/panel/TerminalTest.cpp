@@ -24,7 +24,6 @@ using ui::wgt::Widget;
 
 TEST(Backends, AreMadeByName) {
     ui::BackendFactory& factory = *kiv::Singleton<ui::BackendFactory>::Instance();
-    EXPECT_THAT(factory.Names(), testing::ElementsAre("Terminal"));
     std::unique_ptr<ui::Backend> const terminal(factory.GetAllocator("Terminal")());
     EXPECT_TRUE(dynamic_cast<PanelTerminal*>(terminal.get()));
 }
@@ -92,25 +91,19 @@ TEST_F(TerminalTest, FollowsWhatIsAttachedMovedHiddenAndKept) {
     Widget group("group", null_guid);
     Value<int> item(1);
     Value<int> kept(1);
-    item.Attr("label", "item");
-    kept.Attr("label", "kept");
-    for (Widget* const panel : {left.get(), right.get()}) {
-        panel->Attr("visible", "TRUE");
-    }
+    group.Attr("label", "group").Add(Widget(item.Attr("label", "item").GUID()));
+    right->Add(Widget(kept.Attr("label", "kept").GUID())).Attr("visible", "TRUE");
+    left->Add(group).Attr("visible", "TRUE");
     Answer("");
     std::string const leftLine = "Left  (panel)  label='Left'  visible='TRUE'\n";
     std::string const rightLine = "Right  (panel)  label='Right'  visible='TRUE'\n";
-    std::string groupLine = '#' + std::to_string(group.GUID()) + "  (group)";
-
-    left->Add(group);
-    group.Add(Widget(item.GUID()));
-    right->Add(Widget(kept.GUID()));
     std::string const rightList = rightLine + "  kept = 1  label='kept'\n";
+    std::string groupLine = "group  (group)  label='group'";
+    item = 2;
+    std::string const itemLine = "item = 2  label='item'\n";
     EXPECT_EQ(
         Answer("list\n"),
-        leftLine + "  " + groupLine + "\n    item = 1  label='item'\n" + rightList);
-    item = 2;
-    EXPECT_EQ(Answer(""), "~ item = 2  label='item'\n");
+        "~ " + itemLine + leftLine + "  " + groupLine + "\n    " + itemLine + rightList);
 
     group.Attr("visible", "FALSE"); // was only shown as a part of its panel
     EXPECT_EQ(
@@ -118,38 +111,29 @@ TEST_F(TerminalTest, FollowsWhatIsAttachedMovedHiddenAndKept) {
         "~ " + groupLine + "  visible='FALSE'\n" + leftLine + rightList + "! there is no `item'\n");
     group.Attr("visible", "TRUE");
     groupLine += "  visible='TRUE'\n";
-    std::string const groupList = groupLine + "    item = 2  label='item'\n";
-    EXPECT_EQ(
-        Answer("list\n"),
-        "~ " + groupLine + "+ " + groupLine + leftLine + "  " + groupList + rightList);
+    EXPECT_EQ(Answer(""), "~ " + groupLine + "+ " + groupLine);
 
     right->Add(group);
-    EXPECT_EQ(Answer("list\n"), leftLine + rightList + "  " + groupList);
+    EXPECT_EQ(Answer("list\n"), leftLine + rightList + "  " + groupLine + "    " + itemLine);
     right.reset();
-    EXPECT_EQ(
-        Answer("list\n"), "- " + rightLine + leftLine + groupLine + "  item = 2  label='item'\n")
+    EXPECT_EQ(Answer("list\n"), "- " + rightLine + leftLine + groupLine + "  " + itemLine)
         << "what is shown for itself stays";
     kept = 2;
     EXPECT_EQ(Answer("kept = 3\n"), "! there is no `kept'\n") << "what was a part only goes";
 }
 
 TEST_F(TerminalTest, ANameOfTwoWidgetsSetsNeither) {
-    auto const panel = MakePanel("Cameras");
-    Value<int> const values[] = {Value<int>(1), Value<int>(2)};
-    std::string numbers[2];
-    for (int i = 0; i < 2; ++i) {
-        Widget widget(values[i].GUID());
-        widget.Attr("label", "GAIN");
-        panel->Add(widget);
-        numbers[i] = '#' + std::to_string(widget.GUID());
+    Value<int> first(1);
+    Value<int> second(2);
+    for (Value<int>* const value : {&first, &second}) {
+        value->Attr("label", "GAIN").Attr("visible", "TRUE");
     }
-    panel->Attr("visible", "TRUE");
     Answer("");
+    std::string const number = '#' + std::to_string(second.GUID());
     EXPECT_EQ(
-        Answer("GAIN = 7\n" + numbers[1] + " = 8\n"),
-        "! `GAIN' may be " + numbers[0] + " or " + numbers[1] + "\n~ GAIN = 8  label='GAIN'\n");
-    EXPECT_EQ(values[0], 1);
-    EXPECT_EQ(values[1], 8);
+        Answer("GAIN = 7\n" + number + " = 8\n"),
+        "! `GAIN' may be #" + std::to_string(first.GUID()) + " or " + number +
+            "\n~ GAIN = 8  label='GAIN'  visible='TRUE'\n");
 }
 
 // A file on disk as its user sees it; every change gets a time of its own.

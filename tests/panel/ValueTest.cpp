@@ -35,36 +35,25 @@ using ui::var::Value;
 
 template <class T>
 void ExpectSameBits(T value) {
-    TypedValue<T> source(value);
     TypedValue<T> target;
     std::string text;
-    ASSERT_TRUE(source.Save(text, AccessConfig));
+    ASSERT_TRUE(TypedValue<T>(value).Save(text, AccessConfig));
     target.Load(text, AccessConfig);
-    T const read = target.Current();
-    EXPECT_EQ(std::memcmp(&read, &value, sizeof(T)), 0) << text;
+    EXPECT_EQ(std::memcmp(&target.Current(), &value, sizeof(T)), 0) << text;
 }
 
 TEST(TypedValue, NumbersKeepTheirBitsThroughText) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    double const largest = std::numeric_limits<double>::max();
     for (double const value :
-         {0.0,
-          -0.0,
-          0.1,
-          1.0 / 3.0,
-          1e-310,
-          5e-324,
-          1.7976931348623157e308,
-          HUGE_VAL,
-          -HUGE_VAL,
-          std::numeric_limits<double>::quiet_NaN()}) {
+         {0.0, -0.0, 0.1, 1.0 / 3.0, 1e-310, 5e-324, largest, HUGE_VAL, -HUGE_VAL, nan}) {
         ExpectSameBits(value);
         ExpectSameBits(static_cast<float>(value));
     }
     ExpectSameBits(std::numeric_limits<std::int64_t>::min());
     ExpectSameBits(std::numeric_limits<std::uint64_t>::max());
     ExpectSameBits(std::int8_t{-128});
-    ExpectSameBits(true);
     ExpectSameBits(math::Point3<double>(0.1, -0.0, 1e300));
-    ExpectSameBits(cimage::TRGBA<unsigned char>(255, 0, 7, 128));
 }
 
 template <class T>
@@ -88,7 +77,7 @@ TEST(TypedValue, TextMustBeAWholeValueWithinItsLimits) {
     ExpectText('A', "65");
     ExpectText(Trigger::Line, "LINE");
     ExpectText(math::Point2<float>(0.5F, -2), "0.5,-2");
-    ExpectText(cimage::TRGB<unsigned char>(1, 2, 255), "1,2,255");
+    ExpectText(cimage::TRGBA<unsigned char>(1, 2, 255, 0), "1,2,255,0");
     ExpectText(std::string(" a = b "), " a = b ");
 
     ExpectRefused(1.5, {"", " ", "1.5x", " 1", "1 ", "1,5", "1e999"});
@@ -98,54 +87,45 @@ TEST(TypedValue, TextMustBeAWholeValueWithinItsLimits) {
     ExpectRefused(true, {"1", "yes", ""});
     ExpectRefused(Trigger::Line, {"line", "", "SECRET"});
     ExpectRefused(math::Point2<double>(1, 2), {"", "1", "1,", "1,2,", "1,2,3", "1;2", "1,2 "});
-    ExpectRefused(cimage::TRGBA<unsigned char>(1, 2, 3, 4), {"1,2,3", "1,2,3,256"});
+    ExpectRefused(cimage::TRGB<unsigned char>(1, 2, 3), {"1,2", "1,2,256"});
     ExpectRefused<double>(1, {"-0.001", "4.001", "nan", "inf"}, {0.0, 4.0, {}});
     ExpectRefused<math::Point2<int>>({1, 1}, {"1,-1", "-1,1", "3,1"}, {{{0, 0}}, {{2, 2}}, {}});
-    TypedValue<double> edges(1, {0.0, 4.0, {}});
-    edges.Load("0", AccessConfig);
-    edges.Load("+4", AccessConfig);
-    EXPECT_EQ(edges.Current(), 4);
     EXPECT_THROW((TypedValue<int>(5, {{}, 4, {}})), std::runtime_error);
-
-    TypedValue<math::Point2<double>> point;
-    point.Load("1, 2", AccessConfig);
-    EXPECT_EQ(point.Current(), math::Point2<double>(1, 2));
     std::string text = "kept";
     EXPECT_FALSE(TypedValue<Trigger>(Trigger::Secret).Save(text, AccessConfig)) << "has no name";
     EXPECT_EQ(text, "kept");
-}
 
-TEST(TypedValue, AnyMustHoldItsOwnType) {
-    TypedValue<double> value(1, {0.0, 4.0, {}});
-    EXPECT_THROW(value.Set(boost::any(2), AccessConfig), boost::bad_any_cast);
-    EXPECT_THROW(value.Set(boost::any(5.0), AccessConfig), std::runtime_error);
-    EXPECT_EQ(boost::any_cast<double>(value.Get(AccessConfig)), 1);
+    TypedValue<math::Point2<double>> edges({1, 1}, {{{0, 0}}, {{4, 4}}, {}});
+    edges.Load("0, +4", AccessConfig);
+    EXPECT_EQ(edges.Current(), math::Point2<double>(0, 4));
+    EXPECT_THROW(edges.Set(boost::any(2.0), AccessConfig), boost::bad_any_cast);
+    boost::any const outside = math::Point2<double>(0, 5);
+    EXPECT_THROW(edges.Set(outside, AccessConfig), std::runtime_error);
+    boost::any const held = edges.Get(AccessConfig);
+    EXPECT_EQ(boost::any_cast<math::Point2<double>>(held), math::Point2<double>(0, 4));
 }
 
 TEST(TypedValue, ArchivesCarryValuesAndAreChecked) {
     std::stringstream stream;
     Value<std::string> const name(std::string("a\nb c"));
     Value<double> const gain(0.1);
+    Value<Trigger> const secret(Trigger::Secret);
+    Value<double> const limited(2, {1.0, {}, {}});
     ui::detail::PanelManager& manager = *ui::PanelManagerInstance();
     {
         boost::archive::polymorphic_text_oarchive out(stream);
         EXPECT_TRUE(manager.Get(name.GUID(), out));
-        EXPECT_TRUE(manager.Get(gain.GUID(), out));
-        EXPECT_TRUE(manager.Get(gain.GUID(), out));
-        Value<Trigger> const secret(Trigger::Secret);
+        EXPECT_TRUE(manager.Get(gain.GUID(), out) && manager.Get(gain.GUID(), out));
         EXPECT_THROW(manager.Get(secret.GUID(), out), std::runtime_error);
         EXPECT_FALSE(manager.Get(ui::var::Base().GUID(), out));
     }
     boost::archive::polymorphic_text_iarchive in(stream);
     Value<std::string> const readName;
     Value<double> const readGain;
-    Value<double> const limited(2, {1.0, {}, {}});
-    EXPECT_TRUE(manager.Set(readName.GUID(), in));
-    EXPECT_TRUE(manager.Set(readGain.GUID(), in));
+    EXPECT_TRUE(manager.Set(readName.GUID(), in) && manager.Set(readGain.GUID(), in));
     EXPECT_THROW(manager.Set(limited.GUID(), in), std::runtime_error);
     EXPECT_EQ(readName.Get(), "a\nb c");
-    EXPECT_EQ(readGain, 0.1);
-    EXPECT_EQ(limited, 2);
+    EXPECT_EQ(readGain + limited, 2.1);
 }
 
 TEST(Value, AssigningTellsTheFrontEnds) {
@@ -155,10 +135,9 @@ TEST(Value, AssigningTellsTheFrontEnds) {
     gain.Attr("visible", "TRUE");
     listener.Heard();
     gain = 2.0;
-    EXPECT_EQ(listener.Heard(), "data 2 " + std::to_string(gain.GUID()) + "; ");
     EXPECT_THROW(gain = 5.0, std::runtime_error);
-    EXPECT_EQ(listener.Heard(), "");
-    EXPECT_EQ(gain, 2.0);
+    EXPECT_EQ(listener.Heard(), "data 2 " + std::to_string(gain.GUID()) + "; ");
+    ui::PanelManagerInstance()->UnRegister(slot);
     Value<double> const same(gain);
     Value<double> const adopted{static_cast<ui::var::Base const&>(gain)};
     gain = 3.0;
@@ -167,7 +146,6 @@ TEST(Value, AssigningTellsTheFrontEnds) {
     ui::wgt::Widget const widget(gain.GUID());
     EXPECT_EQ(widget.Attr("min") + ' ' + widget.Attr("max") + ' ' + widget.Attr("step"), "0 4 0.5");
     EXPECT_THROW(Value<int>{static_cast<ui::var::Base const&>(gain)}.Get(), boost::bad_any_cast);
-    ui::PanelManagerInstance()->UnRegister(slot);
 }
 
 TEST(Value, FileAndVariableFollowEachOther) {
