@@ -187,7 +187,7 @@ public:
     ///     others are there
     void Save(kiv::ini::INIFile* ini, bool wholeFile) const;
     /// Loads every value that is bound to the file or a section of it again and tells the
-    /// listeners. The file itself is not read.
+    /// listeners of those that changed. The file itself is not read.
     /// @throws std::runtime_error for a missing key or text that is no value, the first of them,
     ///     once all others are loaded
     void Reload(kiv::ini::INIFile* ini);

@@ -35,8 +35,14 @@ void PanelManager::LoadBound(widget_guid_t guid, WidgetCore const& core) const {
     if (!text) {
         throw std::runtime_error("`" + core.key + "' not found in " + core.ini->FileName());
     }
-    RequiredSerializer(core).Load(*text, AccessConfig);
-    Tell(core.listeners, [&](PanelListener& listener) { listener.OnDataChanged(guid, core); });
+    Serializable& serializer = RequiredSerializer(core);
+    std::string before;
+    std::string after;
+    bool const hadText = serializer.Save(before, AccessConfig);
+    serializer.Load(*text, AccessConfig);
+    if (!hadText || !serializer.Save(after, AccessConfig) || after != before) {
+        Tell(core.listeners, [&](PanelListener& listener) { listener.OnDataChanged(guid, core); });
+    }
 }
 
 // Points a record at its key. Null for an unknown GUID.
