@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace tests {
 
@@ -31,6 +32,12 @@ Process::Process(
         execvp(arguments[0], arguments.data());
         _exit(127);
     }
+}
+
+int Process::Wait() {
+    int status = 0;
+    waitpid(std::exchange(m_pid, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 void Process::Kill() {

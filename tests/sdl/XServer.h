@@ -21,6 +21,8 @@ public:
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
 
+    /// Waits for its end. @return its exit status, -1 when it ended otherwise
+    int Wait();
     /// Ends it at once and waits for it.
     void Kill();
 
