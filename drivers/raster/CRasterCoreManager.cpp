@@ -76,6 +76,18 @@ CRasterCoreManager::CRasterCoreManager(
     add(cimage::TImage<unsigned char>::StaticType, Texture::Format::Grey8);
     add(cimage::TImage<RGB>::StaticType, Texture::Format::RGB8);
     add(cimage::TImage<RGBA>::StaticType, Texture::Format::RGBA8);
+    // The pool has nothing for colour of 16 bits.
+    auto const addDeep = [this](unsigned type, Texture::Format format, auto const& prototype) {
+        m_bind.Add(type, [this, format, prototype](CWindowCore*, SPImage const& image) {
+            auto const shown = prototype.Clone();
+            cimage::Convert(*image, *shown);
+            SetTexture(shown, format);
+        });
+    };
+    using DeepRGB = cimage::TRGB<unsigned short>;
+    using DeepRGBA = cimage::TRGBA<unsigned short>;
+    addDeep(cimage::TImage<DeepRGB>::StaticType, Texture::Format::RGB8, cimage::TImage<RGB>());
+    addDeep(cimage::TImage<DeepRGBA>::StaticType, Texture::Format::RGBA8, cimage::TImage<RGBA>());
 }
 
 void CRasterCoreManager::ForgetImages() {

@@ -30,10 +30,10 @@ public:
         ui::win::ViewPortMode mode,
         ui::win::CWindowViewPort* viewPort,
         boost::shared_ptr<ui::win::CCamera> camera) override;
-    /// Grey, RGB and RGBA of 8 bits are sampled where they lie; other types are converted through
-    /// the pool, and all of one channel mapped where an image range or a colour map is set. That is
-    /// done once a frame for each image, and once for all frames in a row for those that nobody can
-    /// change (IsConstant()). @throws std::runtime_error for types that the pool does not know
+    /// Grey, RGB and RGBA of 8 bits are sampled where they lie; other types are converted, through
+    /// the pool where it knows them, and all of one channel mapped where an image range or a colour
+    /// map is set. That is done once a frame for each image, and once for all frames in a row for
+    /// those that nobody can change (IsConstant()). @throws std::runtime_error for unknown types
     bool BindImage(SPImage const& image) override;
 
     bool DrawLine(double x0, double y0, double x1, double y1) override;

@@ -374,6 +374,8 @@ TEST_P(DrawingDriver, ShowsEveryRegisteredPixelType) {
     ExpectGrey(window, Bayer<TRGGB<unsigned short>>(77 * 256), 77);
     ExpectGrey(window, TRGB<unsigned char>(77, 77, 77), 77);
     ExpectGrey(window, TRGBA<unsigned char>(77, 77, 77, 255), 77);
+    ExpectGrey(window, TRGB<unsigned short>(77 * 256, 77 * 256, 77 * 256), 77);
+    ExpectGrey(window, TRGBA<unsigned short>(77 * 256, 77 * 256, 77 * 256, 65535), 77);
     TImage<TBGRA<unsigned char>> bgra(1, 1);
     bgra(0, 0) = TBGRA<unsigned char>(1, 2, 3, 255);
     window.Clear();
@@ -383,8 +385,13 @@ TEST_P(DrawingDriver, ShowsEveryRegisteredPixelType) {
 }
 
 TEST_P(DrawingDriver, ReportsImagesItCannotShowAndGoesOn) {
-    cimage::TImage<cimage::TRGB<unsigned short>> const deep(2, 2);
-    window.DrawImage(deep);
+    struct Foreign : cimage::CImage {
+        Foreign() : CImage(99, 4, 2, 2) {}
+        boost::shared_ptr<CImage> Clone() const override {
+            return boost::make_shared<Foreign>(*this);
+        }
+    };
+    window.DrawImage(Foreign());
     window.Refresh(true);
     EXPECT_THAT(output.Take(), HasSubstr("A CImage cannot be rendered on this GC"));
     window.Clear();
