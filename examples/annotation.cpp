@@ -188,3 +188,16 @@ void PressKey(CWindow& window, char key, std::uint32_t state) {
     event.state = state;
     window.InjectEvent(event);
 }
+
+void PlayScript(CWindow& window) {
+    // Three corners that were found beside their places: a press takes the nearest one.
+    Drag(window, {382, 117}, {373, 123});
+    Drag(window, {366, 201}, {373, 193});
+    Drag(window, {519, 242}, {513, 232});
+    // One that the frame of the board may hide.
+    PressAt(window, {515, 87});
+    PressKey(window, '-');
+    ReleaseAt(window, {515, 87});
+    Drag(window, {590, 180}, {604, 184}); // the right edge of the region
+    Drag(window, {40, 400}, {46, 384});   // a corner of the mask
+}

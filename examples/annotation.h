@@ -58,3 +58,8 @@ void PressAt(ui::win::CWindow& window, math::Point2<int> const& at);
 void ReleaseAt(ui::win::CWindow& window, math::Point2<int> const& at);
 /// @param state EventState bits
 void PressKey(ui::win::CWindow& window, char key, std::uint32_t state = 0);
+
+/// Corrects the first calibration frame, in that many gestures: three corners are dragged and one
+/// is hidden, then a side of the region and a vertex of the mask.
+constexpr int scriptedGestures = 6;
+void PlayScript(ui::win::CWindow& window);

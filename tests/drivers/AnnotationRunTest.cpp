@@ -28,32 +28,26 @@ struct AnnotationRun : testing::Test {
 
 TEST_F(AnnotationRun, IsUndoneRedoneAndSaved) {
     CWindow& window = annotation.Window();
-    auto const untouched = annotation.Window().GrabImage();
+    auto const untouched = window.GrabImage();
     Annotation::Result const before = annotation.Read();
     ASSERT_EQ(before.corners.size(), 54U);
 
-    Drag(window, {366, 201}, {373, 193});
-    Drag(window, {382, 117}, {373, 123});
-    PressAt(window, {515, 87});
-    PressKey(window, '-');
-    ReleaseAt(window, {515, 87});
-    Drag(window, {590, 180}, {604, 184});
-    Drag(window, {40, 400}, {46, 384});
+    PlayScript(window);
     Annotation::Result const after = annotation.Read();
     std::vector<Corner> corrected = found;
-    corrected[31] = {373, 193};
     corrected[13] = {373, 123};
+    corrected[31] = {373, 193};
+    corrected[44] = {513, 232};
     corrected[8] = {-1, 87};
     EXPECT_EQ(after.corners, corrected);
     EXPECT_EQ(after.region, math::Rect2<float>(160, 10, 604, 345));
     EXPECT_EQ(after.mask[3], Annotation::Point(46, 384));
 
-    Keys(6, StateCtrl); // one more than there is
+    Keys(scriptedGestures + 1, StateCtrl);
     EXPECT_EQ(annotation.Read().corners, found);
     EXPECT_EQ(annotation.Read().region, before.region);
     EXPECT_EQ(annotation.Read().mask, before.mask);
-    Keys(3, StateCtrl | StateShift);
-    Keys(2, StateCtrl | StateShift);
+    Keys(scriptedGestures, StateCtrl | StateShift);
     EXPECT_EQ(annotation.Read().corners, corrected);
     EXPECT_EQ(annotation.Read().region, after.region);
     EXPECT_EQ(annotation.Read().mask, after.mask);
