@@ -17,6 +17,15 @@ boost::posix_time::ptime Now() {
     return boost::posix_time::microsec_clock::universal_time();
 }
 
+bool Holds(CDrawerList const& layers, CWidget const* widget) {
+    return std::any_of(layers.Layers().begin(), layers.Layers().end(), [&](auto const& layer) {
+        auto const& items = layer.second.Items();
+        return std::any_of(items.begin(), items.end(), [&](SPDrawingObject const& item) {
+            return item.get() == widget;
+        });
+    });
+}
+
 } // namespace
 
 kiv::ini::INIFile* CWindowCoreManager::m_ini = nullptr;
@@ -180,6 +189,10 @@ void CWindowCoreManager::Replace(CDrawerList const& layers) {
     ++m_replaceCount;
     if (&layers == &m_drawerList) {
         return;
+    }
+    // Nobody else may hold the widget that has the capture.
+    if (m_capture != nullptr && Holds(m_drawerList, m_capture) && !Holds(layers, m_capture)) {
+        ReleaseCapture();
     }
     if (m_layerWalks > 0) {
         m_nextLayers = std::make_unique<CDrawerList>(layers);

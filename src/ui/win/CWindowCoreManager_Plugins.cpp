@@ -120,6 +120,13 @@ bool CWindowCoreManager::SwitchAllPlugin() {
 }
 
 void CWindowCoreManager::ReleasePlugins() {
+    // Nobody else may hold the widget that has the capture.
+    bool const captured = std::any_of(m_plugins.begin(), m_plugins.end(), [&](Plugin const& p) {
+        return p.widget.get() == m_capture;
+    });
+    if (captured) {
+        ReleaseCapture();
+    }
     m_plugins.clear();
 }
 

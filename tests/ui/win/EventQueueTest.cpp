@@ -152,6 +152,26 @@ TEST_F(EventQueue, CaptureGetsKeysAfterPluginsAndBeforeLayers) {
     EXPECT_EQ(manager.Capture(), nullptr);
 }
 
+TEST_F(EventQueue, CaptureEndsWithTheLastOfThePluginsOrLayersThatHeldIt) {
+    manager.CaptureEvent(Add("plugin", false).get());
+    manager.Replace(CDrawerList());
+    EXPECT_TRUE(log.empty());
+    manager.ReleasePlugins();
+    EXPECT_THAT(log, ElementsAre("plugin16"));
+    CDrawerList layers;
+    layers.Layers()[0].Push(boost::make_shared<Listener>("layer", log, false));
+    manager.Replace(layers);
+    manager.CaptureEvent(layers.Layers()[0].Items()[0].get());
+    std::swap(layers.Layers()[0], layers.Layers()[1]);
+    manager.Replace(layers);
+    manager.ReleasePlugins();
+    EXPECT_THAT(log, ElementsAre("plugin16")) << "it lies in another layer now";
+    layers.Layers().clear();
+    manager.Replace(layers);
+    EXPECT_THAT(log, ElementsAre("plugin16", "layer16"));
+    EXPECT_EQ(manager.Capture(), nullptr);
+}
+
 TEST_F(EventQueue, WaitingEndsWithAnEventOrAnInterruption) {
     manager.SetEventMask(EventKey);
     std::deque<Event> events;
