@@ -31,5 +31,6 @@ void RegisterWindowFigures();
 void RegisterPanelFigures();
 void RegisterGadgetFigures();
 void RegisterAnnotationFigures();
+void RegisterRasterFigures();
 
 } // namespace bench

@@ -137,6 +137,7 @@ int main(int argc, char** argv) {
     bench::RegisterPanelFigures();
     bench::RegisterGadgetFigures();
     bench::RegisterAnnotationFigures();
+    bench::RegisterRasterFigures();
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
