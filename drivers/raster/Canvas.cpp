@@ -67,6 +67,36 @@ View Canvas::MakeView() const {
     return view;
 }
 
+/// About how many pixels primitives of so many corners fill: their boxes inside the clip.
+double Canvas::PixelsOf(VertexArray const& vertices, std::size_t corners) const {
+    constexpr std::size_t many = 4096;
+    double const all = double(m_clip.Width()) * m_clip.Height();
+    if (vertices.count >= many) {
+        return all; // such a number is worth sharing however small they are
+    }
+    double sum = 0;
+    WithReader(MakeView(), vertices, [&](auto const& reader) {
+        for (std::size_t i = 0; i + corners <= vertices.count; i += corners) {
+            math::Rect2<double> box(m_clip.right, m_clip.bottom, m_clip.left, m_clip.top);
+            bool whole = true;
+            for (std::size_t k = i; k < i + corners; ++k) {
+                HPoint const p = reader(k);
+                whole = whole && p.w >= NearDistance;
+                box.left = std::min(box.left, p.x / p.w);
+                box.top = std::min(box.top, p.y / p.w);
+                box.right = std::max(box.right, p.x / p.w);
+                box.bottom = std::max(box.bottom, p.y / p.w);
+            }
+            double const width =
+                std::min<double>(box.right, m_clip.right) - std::max<double>(box.left, m_clip.left);
+            double const height =
+                std::min<double>(box.bottom, m_clip.bottom) - std::max<double>(box.top, m_clip.top);
+            sum += whole ? std::max(width, 0.0) * std::max(height, 0.0) : all;
+        }
+    });
+    return sum;
+}
+
 bool Canvas::IsDrawnAt(double distance) const {
     return MakeView().range.Has(distance);
 }
@@ -104,7 +134,7 @@ void Canvas::BlendMask(
     auto const bottom = std::min<long long>(m_clip.bottom, static_cast<long long>(y) + height);
     int const left = std::max(m_clip.left, x);
     int const count = static_cast<int>(right - left);
-    std::vector<float>& nearness = m_outline.nearRow;
+    std::vector<float>& nearness = m_scratch[0].outline.nearRow;
     if (target.nearness != nullptr && count > 0) {
         nearness.assign(
             static_cast<std::size_t>(count), static_cast<float>(1 / m_state.maskDistance));

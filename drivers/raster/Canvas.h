@@ -2,6 +2,7 @@
 
 #include "cimage/PixelTypes.h"
 #include "drivers/raster/DrawState.h"
+#include "drivers/raster/Workers.h"
 #include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/UprightImage.h"
 #include "math/Point2.h"
@@ -9,6 +10,8 @@
 #include "math/TMatrix.h"
 
 #include <cstddef>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace drivers::raster {
@@ -91,6 +94,9 @@ public:
     /// The clip as it stands, cut to the picture.
     math::Rect2<int> const& Clip() const { return m_clip; }
 
+    /// Lets threads help with what is large; null: none. The picture is the same for any number.
+    void SetWorkers(std::shared_ptr<Workers> workers) { m_workers = std::move(workers); }
+
     /// What the operations below draw with; lasts until it is changed.
     DrawState& State() { return m_state; }
     DrawState const& State() const { return m_state; }
@@ -157,8 +163,20 @@ private:
     bool m_affine = false;
     math::Rect2<int> m_clip;
     DrawState m_state;
-    detail::OutlineScratch m_outline; // working storage
-    detail::ImageScratch m_imageScratch;
+    /// Working storage of a thread.
+    struct Scratch {
+        detail::OutlineScratch outline;
+        detail::ImageScratch image;
+    };
+    /// Calls draw(target, scratch): once, or, when about so many pixels are to be drawn that it
+    /// pays, for bands of the clip on all workers. No pixel depends on where the clip ends, so the
+    /// picture is the same.
+    template <class Draw>
+    void InBands(double pixels, Draw const& draw);
+    double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
+
+    std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
+    std::shared_ptr<Workers> m_workers;                       // null: no helping threads
 };
 
 } // namespace drivers::raster

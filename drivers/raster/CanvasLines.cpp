@@ -1,4 +1,5 @@
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/Outline.h"
 #include "drivers/raster/detail/View.h"
 
@@ -39,6 +40,23 @@ void DrawThinGradient(
             blend ? Put<true>(pixel, colour) : Put<false>(pixel, colour);
         }
     });
+}
+
+/// Separate lines one pixel thick: each is a shape of its own, and passes no pixel twice.
+template <class Reader>
+void DrawThinLines(DepthRange const& range, std::size_t count, Reader const& reader, ThinPen pen) {
+    for (std::size_t i = 0; i + 1 < count; i += 2) {
+        HPoint const a = reader(i);
+        HPoint const b = reader(i + 1);
+        if (Reader::IsAffine && InGuard(a.x, a.y) && InGuard(b.x, b.y)) {
+            pen.Draw({FloorPixel(a.x), FloorPixel(a.y), FloorPixel(b.x), FloorPixel(b.y)});
+            continue;
+        }
+        Segment segment;
+        if (ProjectSegment(a, b, range, segment)) {
+            pen.Draw(PixelsOf(segment));
+        }
+    }
 }
 
 /// The colour of a pixel beside a wide line: that of the nearest point of the line.
@@ -109,11 +127,16 @@ void Canvas::Lines(VertexArray const& vertices) {
     if (m_clip.Empty()) {
         return;
     }
-    Target const target = MakeTarget();
     View const view = MakeView();
-    WithReader(view, vertices, [&](auto reader) {
-        Pen const pen(m_state);
-        Outline outline(target, view, m_outline, m_state);
+    Pen const pen(m_state);
+    Ink const ink(m_state);
+    auto const draw = [&](Target const& target, Scratch& scratch, auto const& reader) {
+        if (!vertices.colour && pen.Thin()) {
+            DrawThinLines(
+                view.range, vertices.count, reader, ThinPen(target, ink, scratch.outline.pixels));
+            return;
+        }
+        Outline outline(target, view, scratch.outline, m_state);
         for (std::size_t i = 0; i + 1 < vertices.count; i += 2) {
             if (!vertices.colour) {
                 outline.Chain(2, false, [&](std::size_t k) { return reader(i + k); });
@@ -125,10 +148,14 @@ void Canvas::Lines(VertexArray const& vertices) {
                 if (pen.Thin()) {
                     DrawThinGradient(target, segment, gradient, m_state.blend);
                 } else {
-                    DrawWideGradient(target, m_outline.path, pen, segment, gradient, m_state.blend);
+                    DrawWideGradient(
+                        target, scratch.outline.path, pen, segment, gradient, m_state.blend);
                 }
             }
         }
+    };
+    InBands(PixelsOf(vertices, 2), [&](Target const& target, Scratch& scratch) {
+        WithReader(view, vertices, [&](auto reader) { draw(target, scratch, reader); });
     });
 }
 
@@ -138,7 +165,7 @@ void Canvas::Line(double x0, double y0, double x1, double y1) {
     }
     View const view = MakeView();
     HPoint const ends[2] = {view.Map(x0, y0), view.Map(x1, y1)};
-    Outline(MakeTarget(), view, m_outline, m_state).Chain(2, false, [&](std::size_t k) {
+    Outline(MakeTarget(), view, m_scratch[0].outline, m_state).Chain(2, false, [&](std::size_t k) {
         return ends[k];
     });
 }
@@ -148,8 +175,11 @@ void Canvas::Polyline(VertexArray const& vertices, bool closed) {
         return;
     }
     View const view = MakeView();
-    Outline outline(MakeTarget(), view, m_outline, m_state);
-    WithReader(view, vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
+    InBands(PixelsOf(vertices, 2), [&](Target const& target, Scratch& scratch) {
+        Outline outline(target, view, scratch.outline, m_state);
+        WithReader(
+            view, vertices, [&](auto reader) { outline.Chain(vertices.count, closed, reader); });
+    });
 }
 
 } // namespace drivers::raster

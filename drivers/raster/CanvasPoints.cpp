@@ -1,4 +1,5 @@
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Clip.h"
 #include "drivers/raster/detail/Texture.h"
@@ -124,13 +125,17 @@ void DrawPoints(
 } // namespace
 
 void Canvas::Points(VertexArray const& vertices) {
-    Target const target = MakeTarget();
     View const view = MakeView();
     Colour const colour = m_state.colour;
+    auto const draw = [&](auto const& colourOf) {
+        InBands(double(vertices.count), [&](Target const& target, Scratch&) {
+            DrawPoints(target, view, m_state, vertices, colourOf);
+        });
+    };
     if (vertices.texture && !m_state.texture.Empty()) {
         WithSampler(m_state, [&](auto sampler) {
             Texture const& texture = m_state.texture;
-            DrawPoints(target, view, m_state, vertices, [=](std::size_t i) {
+            draw([=](std::size_t i) {
                 float const* st = VertexTexture(vertices, i);
                 double const u = double{st[0]} * texture.width;
                 double const v = double{st[1]} * texture.height;
@@ -138,11 +143,9 @@ void Canvas::Points(VertexArray const& vertices) {
             });
         });
     } else if (vertices.colour) {
-        DrawPoints(target, view, m_state, vertices, [=](std::size_t i) {
-            return VertexColour(vertices, i);
-        });
+        draw([=](std::size_t i) { return VertexColour(vertices, i); });
     } else {
-        DrawPoints(target, view, m_state, vertices, [=](std::size_t) { return colour; });
+        draw([=](std::size_t) { return colour; });
     }
 }
 

@@ -134,13 +134,13 @@ void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
         return;
     }
     if (!filled) {
-        Outline(target, view, m_outline, m_state).Chain(4, true, [&](std::size_t i) {
+        Outline(target, view, m_scratch[0].outline, m_state).Chain(4, true, [&](std::size_t i) {
             return corners[i];
         });
     } else if (view.KeepsAxes() && !m_state.lineSmooth) {
         FillUprightBox(target, corners[0], corners[2], Ink(m_state));
     } else {
-        FillOutline(target, view, m_outline, {corners, corners + 4}, m_state);
+        FillOutline(target, view, m_scratch[0].outline, {corners, corners + 4}, m_state);
     }
 }
 
@@ -156,7 +156,12 @@ void Canvas::Ellipse(
         return;
     }
     if (filled) {
-        FillOutline(target, shape.frame.view, m_outline, FlattenShape(shape, m_clip, 0), m_state);
+        FillOutline(
+            target,
+            shape.frame.view,
+            m_scratch[0].outline,
+            FlattenShape(shape, m_clip, 0),
+            m_state);
         return;
     }
     if (!pen.smooth && shape.frame.view.KeepsAxes()) {
@@ -164,12 +169,12 @@ void Canvas::Ellipse(
         AddressByPixel(shape, std::fmod(pen.width, 2) == 0 ? 0 : 0.5);
     }
     if (pen.Thin()) {
-        OutlineThin(target, shape, Ink(m_state), m_outline.pixels);
+        OutlineThin(target, shape, Ink(m_state), m_scratch[0].outline.pixels);
         return;
     }
     // A mitre may reach two widths from the curve.
     std::vector<HPoint> const points = FlattenShape(shape, m_clip, 2 * pen.width);
-    Outline(target, shape.frame.view, m_outline, m_state, true)
+    Outline(target, shape.frame.view, m_scratch[0].outline, m_state, true)
         .Chain(points.size(), true, [&](std::size_t i) { return points[i]; });
 }
 

@@ -1,4 +1,5 @@
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/Lighting.h"
 #include "drivers/raster/detail/Triangle.h"
 #include "drivers/raster/detail/UprightImage.h"
@@ -137,19 +138,20 @@ void Canvas::Triangles(VertexArray const& vertices) {
     if (m_clip.Empty()) {
         return;
     }
-    Target const target = MakeTarget();
     View const view = MakeView();
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
-        for (std::size_t i = 0; i + 2 < vertices.count; i += 3) {
-            DrawTriangle<affine>(
-                target,
-                shader,
-                view.range,
-                LoadVertex(shader, reader, vertices, i),
-                LoadVertex(shader, reader, vertices, i + 1),
-                LoadVertex(shader, reader, vertices, i + 2));
-        }
+        InBands(PixelsOf(vertices, 3), [&](Target const& target, Scratch&) {
+            for (std::size_t i = 0; i + 2 < vertices.count; i += 3) {
+                DrawTriangle<affine>(
+                    target,
+                    shader,
+                    view.range,
+                    LoadVertex(shader, reader, vertices, i),
+                    LoadVertex(shader, reader, vertices, i + 1),
+                    LoadVertex(shader, reader, vertices, i + 2));
+            }
+        });
     });
 }
 
@@ -157,25 +159,29 @@ void Canvas::Quads(VertexArray const& vertices) {
     if (m_clip.Empty()) {
         return;
     }
-    Target const target = MakeTarget();
     View const view = MakeView();
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
-        for (std::size_t i = 0; i + 3 < vertices.count; i += 4) {
-            Vertex<Shader::Values> const corners[4] = {
-                LoadVertex(shader, reader, vertices, i),
-                LoadVertex(shader, reader, vertices, i + 1),
-                LoadVertex(shader, reader, vertices, i + 2),
-                LoadVertex(shader, reader, vertices, i + 3)};
-            if constexpr (affine && Shader::Values == 2) {
-                if (DrawUprightImage(target, m_state, corners, m_imageScratch)) {
-                    continue;
+        InBands(PixelsOf(vertices, 4), [&](Target const& target, Scratch& scratch) {
+            (void)scratch; // only textures on upright quads need it
+            for (std::size_t i = 0; i + 3 < vertices.count; i += 4) {
+                Vertex<Shader::Values> const corners[4] = {
+                    LoadVertex(shader, reader, vertices, i),
+                    LoadVertex(shader, reader, vertices, i + 1),
+                    LoadVertex(shader, reader, vertices, i + 2),
+                    LoadVertex(shader, reader, vertices, i + 3)};
+                if constexpr (affine && Shader::Values == 2) {
+                    if (DrawUprightImage(target, m_state, corners, scratch.image)) {
+                        continue;
+                    }
                 }
+                DrawTriangle<affine>(
+                    target, shader, view.range, corners[0], corners[1], corners[2]);
+                DrawTriangle<affine>(
+                    target, shader, view.range, corners[0], corners[2], corners[3]);
             }
-            DrawTriangle<affine>(target, shader, view.range, corners[0], corners[1], corners[2]);
-            DrawTriangle<affine>(target, shader, view.range, corners[0], corners[2], corners[3]);
-        }
+        });
     });
 }
 

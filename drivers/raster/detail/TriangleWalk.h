@@ -45,6 +45,9 @@ void WalkTriangle(
     int const top = FirstCentre(corner[0]->y, clip.top, clip.bottom);
     int const middle = FirstCentre(corner[1]->y, clip.top, clip.bottom);
     int const bottom = FirstCentre(corner[2]->y, clip.top, clip.bottom);
+    if (top >= bottom) {
+        return;
+    }
     bool const shortIsRight = (area > 0) != turned;
     Side const whole(*corner[0], *corner[2]);
     auto const rows = [&](Side const& side, int from, int to) {

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Blend.h"
+
+#include <algorithm>
+
+namespace drivers::raster {
+
+template <class Draw>
+void Canvas::InBands(double pixels, Draw const& draw) {
+    constexpr double worthSharing = 1 << 16;
+    detail::Target const whole = MakeTarget();
+    int const rows = m_clip.Height();
+    int const threads = m_workers ? static_cast<int>(m_workers->Threads()) : 1;
+    int const bands = pixels >= worthSharing ? std::min(threads, rows) : 1;
+    if (bands <= 1) {
+        draw(whole, m_scratch[0]);
+        return;
+    }
+    if (m_scratch.size() < static_cast<std::size_t>(bands)) {
+        m_scratch.resize(static_cast<std::size_t>(bands));
+    }
+    m_workers->Run(bands, [&](int band) {
+        detail::Target part = whole;
+        part.clip.top = m_clip.top + rows * band / bands;
+        part.clip.bottom = m_clip.top + rows * (band + 1) / bands;
+        draw(part, m_scratch[static_cast<std::size_t>(band)]);
+    });
+}
+
+} // namespace drivers::raster
