@@ -4,12 +4,16 @@
 #include "cimage/TImage.h"
 #include "drivers/raster/detail/Texture.h"
 #include "kiv/Diagnostics.h"
+#include "kiv/ParseNumber.h"
+#include "kiv/ini/INIFile.h"
 #include "ui/win/image/ConstantImage.h"
 
 #include <boost/current_function.hpp>
+#include <boost/thread/locks.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -56,6 +60,24 @@ VertexArray ArrayOf(T2F_V3F_t const* points, std::size_t count) {
     return array;
 }
 
+/// How many threads a window draws with, 0 for one a processor.
+unsigned DrawThreads() {
+    std::string text;
+    if (char const* const wanted = std::getenv("QUARN_DRAW_THREADS")) {
+        text = wanted;
+    } else if (ui::win::CWindowCoreManager::m_ini != nullptr) {
+        boost::lock_guard<boost::recursive_mutex> const lock(
+            ui::win::CWindowCoreManager::m_iniLock);
+        ui::win::CWindowCoreManager::m_ini->Lookup("DRAW THREADS", text);
+    }
+    unsigned threads = 0;
+    if (!text.empty() && !kiv::ParseNumber(text, threads)) {
+        kiv::Diagnose(
+            "[WW]", BOOST_CURRENT_FUNCTION, "\"" + text + "\" is no number of drawing threads");
+    }
+    return threads;
+}
+
 } // namespace
 
 /// A text's anchor in pixels, and how world directions run on the screen there.
@@ -68,6 +90,7 @@ struct CRasterCoreManager::TextPlace {
 CRasterCoreManager::CRasterCoreManager(
     ui::win::CreationParams const& params, boost::shared_ptr<support::RenderThread> thread)
     : CThreadedCoreManager(params, std::move(thread)) {
+    m_canvas.SetWorkers(Workers::Shared(DrawThreads()));
     auto const add = [this](unsigned type, Texture::Format format) {
         m_bind.Add(type, [this, format](CWindowCore*, SPImage const& image) {
             SetTexture(image, format);

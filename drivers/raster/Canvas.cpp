@@ -67,7 +67,26 @@ View Canvas::MakeView() const {
     return view;
 }
 
-/// About how many pixels primitives of so many corners fill: their boxes inside the clip.
+/// About how many pixels a shape has: those of its box inside the clip. Of a line, those along it.
+double Canvas::PixelsWithin(Point const* corners, std::size_t count) const {
+    math::Rect2<double> box(m_clip.right, m_clip.bottom, m_clip.left, m_clip.top);
+    for (std::size_t i = 0; i < count; ++i) {
+        box.left = std::min(box.left, corners[i].x);
+        box.top = std::min(box.top, corners[i].y);
+        box.right = std::max(box.right, corners[i].x);
+        box.bottom = std::max(box.bottom, corners[i].y);
+    }
+    double const width =
+        std::min<double>(box.right, m_clip.right) - std::max<double>(box.left, m_clip.left);
+    double const height =
+        std::min<double>(box.bottom, m_clip.bottom) - std::max<double>(box.top, m_clip.top);
+    if (!(width >= 0 && height >= 0)) {
+        return 0;
+    }
+    return count == 2 ? std::max(width, height) * m_state.lineWidth : width * height;
+}
+
+/// The same of primitives of so many corners each, 4 at most.
 double Canvas::PixelsOf(VertexArray const& vertices, std::size_t corners) const {
     constexpr std::size_t many = 4096;
     double const all = double(m_clip.Width()) * m_clip.Height();
@@ -76,22 +95,15 @@ double Canvas::PixelsOf(VertexArray const& vertices, std::size_t corners) const 
     }
     double sum = 0;
     WithReader(MakeView(), vertices, [&](auto const& reader) {
-        for (std::size_t i = 0; i + corners <= vertices.count; i += corners) {
-            math::Rect2<double> box(m_clip.right, m_clip.bottom, m_clip.left, m_clip.top);
+        for (std::size_t i = 0; m_workers && i + corners <= vertices.count; i += corners) {
             bool whole = true;
-            for (std::size_t k = i; k < i + corners; ++k) {
-                HPoint const p = reader(k);
+            Point shape[4];
+            for (std::size_t k = 0; k < corners; ++k) {
+                HPoint const p = reader(i + k);
                 whole = whole && p.w >= NearDistance;
-                box.left = std::min(box.left, p.x / p.w);
-                box.top = std::min(box.top, p.y / p.w);
-                box.right = std::max(box.right, p.x / p.w);
-                box.bottom = std::max(box.bottom, p.y / p.w);
+                shape[k] = {p.x / p.w, p.y / p.w};
             }
-            double const width =
-                std::min<double>(box.right, m_clip.right) - std::max<double>(box.left, m_clip.left);
-            double const height =
-                std::min<double>(box.bottom, m_clip.bottom) - std::max<double>(box.top, m_clip.top);
-            sum += whole ? std::max(width, 0.0) * std::max(height, 0.0) : all;
+            sum += whole ? PixelsWithin(shape, corners) : all;
         }
     });
     return sum;

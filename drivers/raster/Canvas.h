@@ -17,6 +17,7 @@
 namespace drivers::raster {
 
 namespace detail {
+struct HPoint;
 struct Target;
 struct View;
 } // namespace detail
@@ -174,6 +175,8 @@ private:
     template <class Draw>
     void InBands(double pixels, Draw const& draw);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
+    double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
+    void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
     std::shared_ptr<Workers> m_workers;                       // null: no helping threads

@@ -1,4 +1,5 @@
 #include "drivers/raster/Canvas.h"
+#include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/Curve.h"
 #include "drivers/raster/detail/Outline.h"
 #include "drivers/raster/detail/Polygon.h"
@@ -15,13 +16,8 @@ namespace {
 
 constexpr double kPixelMatrix[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1};
 
-/// Fills an outline of any shape on the world's plane z = 0 as the state says.
-void FillOutline(
-    Target const& target,
-    View const& view,
-    OutlineScratch& scratch,
-    std::vector<HPoint> const& outline,
-    DrawState const& state) {
+/// Takes an outline on the world's plane z = 0 to pixels.
+std::vector<Point> ProjectOutline(View const& view, std::vector<HPoint> const& outline) {
     std::vector<Vertex<0>> polygon;
     polygon.reserve(outline.size());
     for (HPoint const& p : outline) {
@@ -33,6 +29,16 @@ void FillOutline(
     for (Vertex<0> const& v : polygon) {
         corners.emplace_back(v.x, v.y);
     }
+    return corners;
+}
+
+/// Fills an outline of any shape as the state says.
+void FillOutline(
+    Target const& target,
+    View const& view,
+    OutlineScratch& scratch,
+    std::vector<Point> const& corners,
+    DrawState const& state) {
     scratch.path.Start(target.clip);
     scratch.path.AddPolygon(corners.data(), corners.size());
     Ink const ink(state);
@@ -122,59 +128,66 @@ FlattenShape(EllipseShape const& shape, math::Rect2<int> const& clip, double mar
 
 } // namespace
 
+void Canvas::FillShape(detail::View const& view, std::vector<HPoint> const& outline) {
+    std::vector<Point> const corners = ProjectOutline(view, outline);
+    InBands(
+        PixelsWithin(corners.data(), corners.size()), [&](Target const& target, Scratch& scratch) {
+            FillOutline(target, view, scratch.outline, corners, m_state);
+        });
+}
+
 void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
     if (m_clip.Empty()) {
         return;
     }
     View const view = MakeView();
-    Target const target = MakeTarget();
     HPoint const corners[4] = {
         view.Map(x0, y0), view.Map(x1, y0), view.Map(x1, y1), view.Map(x0, y1)};
     if (!IsFinite(corners[0]) || !IsFinite(corners[2])) {
         return;
     }
     if (!filled) {
-        Outline(target, view, m_scratch[0].outline, m_state).Chain(4, true, [&](std::size_t i) {
-            return corners[i];
-        });
+        Outline(MakeTarget(), view, m_scratch[0].outline, m_state)
+            .Chain(4, true, [&](std::size_t i) { return corners[i]; });
     } else if (view.KeepsAxes() && !m_state.lineSmooth) {
-        FillUprightBox(target, corners[0], corners[2], Ink(m_state));
+        Point const points[3] = {
+            {corners[0].x, corners[0].y},
+            {corners[1].x, corners[1].y},
+            {corners[2].x, corners[2].y}};
+        InBands(PixelsWithin(points, 3), [&](Target const& target, Scratch&) {
+            FillUprightBox(target, corners[0], corners[2], Ink(m_state));
+        });
     } else {
-        FillOutline(target, view, m_scratch[0].outline, {corners, corners + 4}, m_state);
+        FillShape(view, {corners, corners + 4});
     }
 }
 
 void Canvas::Ellipse(
     double x0, double y0, double x1, double y1, double start, double end, bool filled) {
     Pen const pen(m_state);
-    Target const target = MakeTarget();
     Point const centre{x0 / 2 + x1 / 2, y0 / 2 + y1 / 2};
     double const rx = std::abs(x1 / 2 - x0 / 2);
     double const ry = std::abs(y1 / 2 - y0 / 2);
     EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange::Between(start, end)};
+    View const& view = shape.frame.view;
     if (m_clip.Empty() || !shape.IsFinite()) {
         return;
     }
     if (filled) {
-        FillOutline(
-            target,
-            shape.frame.view,
-            m_scratch[0].outline,
-            FlattenShape(shape, m_clip, 0),
-            m_state);
+        FillShape(view, FlattenShape(shape, m_clip, 0));
         return;
     }
-    if (!pen.smooth && shape.frame.view.KeepsAxes()) {
+    if (!pen.smooth && view.KeepsAxes()) {
         // An even width lies around a pixel's corner, so that no centre is on its edge.
         AddressByPixel(shape, std::fmod(pen.width, 2) == 0 ? 0 : 0.5);
     }
     if (pen.Thin()) {
-        OutlineThin(target, shape, Ink(m_state), m_scratch[0].outline.pixels);
+        OutlineThin(MakeTarget(), shape, Ink(m_state), m_scratch[0].outline.pixels);
         return;
     }
     // A mitre may reach two widths from the curve.
     std::vector<HPoint> const points = FlattenShape(shape, m_clip, 2 * pen.width);
-    Outline(target, shape.frame.view, m_scratch[0].outline, m_state, true)
+    Outline(MakeTarget(), view, m_scratch[0].outline, m_state, true)
         .Chain(points.size(), true, [&](std::size_t i) { return points[i]; });
 }
 

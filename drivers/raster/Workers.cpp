@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <map>
+#include <system_error>
 
 namespace drivers::raster {
 
@@ -15,10 +16,14 @@ struct Workers::Job {
     std::exception_ptr error;
 };
 
-Workers::Workers(unsigned threads) {
-    constexpr unsigned most = 64;
-    for (unsigned i = 1; i < std::min(threads, most); ++i) {
-        m_threads.emplace_back([this] { Serve(); });
+/// Fewer threads than wanted, where the system has no more, only take longer.
+void Workers::Start() {
+    try {
+        while (m_threads.size() + 1 < m_wanted && !m_refused) {
+            m_threads.emplace_back([this] { Serve(); });
+        }
+    } catch (std::system_error const&) {
+        m_refused = true;
     }
 }
 
@@ -37,8 +42,9 @@ std::shared_ptr<Workers> Workers::Shared(unsigned threads) {
     static std::mutex mutex;
     static std::map<unsigned, std::weak_ptr<Workers>> known;
     if (threads == 0) {
-        threads = std::max(1U, std::thread::hardware_concurrency());
+        threads = std::thread::hardware_concurrency();
     }
+    threads = std::clamp(threads, 1U, Most);
     std::lock_guard<std::mutex> const lock(mutex);
     std::shared_ptr<Workers> workers = known[threads].lock();
     if (!workers) {
@@ -88,6 +94,7 @@ void Workers::Run(int count, std::function<void(int)> const& work) {
     if (count <= 0) {
         return;
     }
+    Start();
     m_jobs.push_back(&job);
     m_asked.notify_all();
     Help(job, lock);

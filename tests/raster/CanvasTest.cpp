@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -74,6 +75,53 @@ TEST(Canvas, HasNoPixelsUntilResizedAndRefusesSizesItCannotHold) {
     EXPECT_EQ(canvas.Read(0, 0), Colour(0, 0, 0, 0));
     EXPECT_THROW(canvas.Resize(Canvas::MaxSize + 1, 1), std::length_error);
     EXPECT_THROW(canvas.Resize(1, -1), std::length_error);
+}
+
+TEST(Canvas, ThePictureIsTheSameForAnyNumberOfThreads) {
+    Points2 scattered;
+    for (int i = 0; i < 70000; ++i) {
+        scattered.emplace_back(float(i % 331), float(i % 317));
+    }
+    auto const draw = [&](unsigned threads, unsigned seed) {
+        Canvas canvas = MakeCanvas(331, 317);
+        canvas.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
+        canvas.Points(Vertices(scattered));
+        if (seed % 2 != 0) { // leaning away, with depths
+            canvas.SetView(
+                Matrix({5, 0, 60, 90, 0, 5, 60, 90, 0.005, 0.007, 0, 1}), {3, 5, 330, 300});
+            canvas.State().depthTest = true;
+        } else {
+            canvas.SetView(Matrix({5, 0.5, 0, 0, -0.5, 5, 0, 0, 0, 0, 0, 1}), {3, 5, 330, 300});
+        }
+        for (unsigned i = 0; i < 4; ++i) {
+            DrawAnything(canvas, seed * 4 + i);
+        }
+        return canvas;
+    };
+    for (unsigned seed = 0; seed < 30; ++seed) {
+        Canvas const one = draw(1, seed);
+        for (unsigned const threads : {2U, 5U}) {
+            Canvas const other = draw(threads, seed);
+            for (int y = 0; y < one.Height(); ++y) {
+                ASSERT_TRUE(std::equal(one.Row(y), one.Row(y) + one.Width(), other.Row(y)))
+                    << threads << " threads, seed " << seed << ", row " << y;
+            }
+        }
+    }
+}
+
+TEST(Canvas, WhatAThreadThrowsIsThrownWhereTheWorkWasAskedFor) {
+    drivers::raster::Workers workers(3);
+    std::atomic<int> done{0};
+    auto const work = [&](int part) {
+        ++done;
+        if (part == 4) {
+            throw std::runtime_error("part 4");
+        }
+    };
+    EXPECT_THROW(workers.Run(9, work), std::runtime_error);
+    EXPECT_EQ(done, 9);
+    EXPECT_NO_THROW(workers.Run(2, work));
 }
 
 TEST(Canvas, CopiesRowsToAnyStride) {
