@@ -2,6 +2,7 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/keysym.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -55,6 +56,21 @@ bool XServer::IsThere() {
 
 namespace {
 
+/// Waits until a window of ours is shown: one that comes before a window manager has finished its
+/// start may be forgotten by it.
+void WaitForAWindow(::Display* display) {
+    Window const probe =
+        XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 10, 10, 0, 0, 0);
+    XWindowAttributes attributes;
+    do {
+        XMapWindow(display, probe);
+        XSync(display, False);
+        usleep(50000);
+        XGetWindowAttributes(display, probe, &attributes);
+    } while (attributes.map_state != IsViewable);
+    XDestroyWindow(display, probe);
+}
+
 /// Waits for the mark that window managers leave on the root window.
 void WaitForWindowManager(std::string const& name) {
     ::Display* const display = XOpenDisplay(name.c_str());
@@ -83,6 +99,20 @@ void WaitForWindowManager(std::string const& name) {
             XFree(value);
         }
     }
+    WaitForAWindow(display);
+    XCloseDisplay(display);
+}
+
+/// Gives the keyboard two keys that its plain layout lacks, so that nobody has to change the layout
+/// while keys are typed.
+void AddKeys(std::string const& name) {
+    ::Display* const display = XOpenDisplay(name.c_str());
+    KeySym keys[] = {XK_eacute, XK_EuroSign};
+    int first = 0;
+    int last = 0;
+    XDisplayKeycodes(display, &first, &last);
+    XChangeKeyboardMapping(display, last - 1, 1, keys, 2);
+    XSync(display, False);
     XCloseDisplay(display);
 }
 
@@ -109,6 +139,7 @@ XServer::XServer(bool windowManager) {
         throw std::runtime_error("Xvfb does not start");
     }
     m_display = ":" + m_display;
+    AddKeys(m_display);
     if (windowManager) {
         m_windowManager = std::make_unique<Process>(
             std::vector<std::string>{"openbox", "--sm-disable"},
