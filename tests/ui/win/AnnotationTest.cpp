@@ -175,7 +175,7 @@ TEST(LinesSheaf, IsTakenAtItsDistances) {
         float y;
         char const* grabbed;
     } const cases[] = {
-        {105.6F, 100, "-1a"}, {105.7F, 100, "2a"}, {180, 131.9F, "2a"}, {250, 132, "-1"}};
+        {105.6F, 100, "-1a"}, {104, 104, "1a"}, {180, 131.9F, "2a"}, {250, 132, "-1"}};
     for (auto const& c : cases) {
         CLinesSheaf sheaf({100, 100}, {0, 0, 200, 200});
         sheaf.Interact(&core, Key('+'));

@@ -122,15 +122,15 @@ TEST_F(StatusBars, WriteWhatTheirModeShows) {
 }
 
 TEST_F(StatusBars, KeepAwayFromThePointer) {
-    Core core(512, 255);
+    Core core(512, 256);
     bar.SetMode(9);
     struct Case {
         int pointerY;
         std::string box, tab, text, title;
     };
     for (Case const& c :
-         {Case{127, "0 237 512 255", "0,237 10,227 170,227 180,237", "2,251,0", "12,235,0"},
-          Case{128, "0 0 512 18", "0,18 10,28 170,28 180,18", "2,14,0", "12,26,0"}}) {
+         {Case{128, "0 238 512 256", "0,238 10,228 170,228 180,238", "2,252,0", "12,236,0"},
+          Case{129, "0 0 512 18", "0,18 10,28 170,28 180,18", "2,14,0", "12,26,0"}}) {
         bar.Interact(&core, At(EventMotion, 5, c.pointerY, 0));
         bar.Draw(&core);
         EXPECT_THAT(
