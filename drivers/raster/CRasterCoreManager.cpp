@@ -135,6 +135,7 @@ void CRasterCoreManager::BeginFrame() {
     m_lights = {};
     m_depthCamera = nullptr;
     m_shown.Clear();
+    m_values.Clear();
     int const width = static_cast<int>(Width());
     int const height = static_cast<int>(Height());
     if (width != m_canvas.Width() || height != m_canvas.Height()) {
@@ -144,6 +145,7 @@ void CRasterCoreManager::BeginFrame() {
 }
 
 void CRasterCoreManager::FinishFrame() {
+    m_values.Finish(m_canvas);
     ForgetImages();
 }
 
@@ -340,7 +342,38 @@ bool CRasterCoreManager::DrawQuads(C4UB_V3F_t const* points, unsigned count) {
 bool CRasterCoreManager::DrawQuads(T2F_V3F_t const* points, unsigned count) {
     Draw(&Canvas::Quads, points, std::size_t{count} * 4);
     m_shown.Add(m_boundSource, points, count, 4, m_canvas.State());
+    AddPixelValues(points, count);
     return true;
+}
+
+void CRasterCoreManager::AddPixelValues(T2F_V3F_t const* quads, unsigned count) {
+    SPImage const image = m_boundSource.lock();
+    if (!m_collectsValues || !ShowsPixelValues() || !image) {
+        return;
+    }
+    math::TMatrix<double, 3, 4> worldToPixel;
+    GetWorldToPixelMatrix(worldToPixel);
+    for (unsigned i = 0; i < count; ++i) {
+        T2F_V3F_t const* const q = quads + std::size_t{i} * 4;
+        m_values.Add(m_canvas, m_text, *image, {q[0], q[1], q[2], q[3]}, worldToPixel);
+    }
+    ReportTextTrouble();
+}
+
+Canvas const& CRasterCoreManager::ShownPicture() {
+    if (m_values.Empty()) {
+        return m_canvas;
+    }
+    if (m_pictureWithValues.Width() != m_canvas.Width() ||
+        m_pictureWithValues.Height() != m_canvas.Height()) {
+        m_pictureWithValues.Resize(m_canvas.Width(), m_canvas.Height());
+    }
+    auto const width = static_cast<std::size_t>(m_canvas.Width());
+    for (int y = 0; y < m_canvas.Height(); ++y) {
+        std::copy_n(m_canvas.Row(y), width, m_pictureWithValues.Row(y));
+    }
+    m_values.Write(m_pictureWithValues);
+    return m_pictureWithValues;
 }
 
 bool CRasterCoreManager::SetColor(Colour colour) {

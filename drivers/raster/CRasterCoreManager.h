@@ -2,6 +2,7 @@
 
 #include "drivers/raster/Canvas.h"
 #include "drivers/raster/CountMapping.h"
+#include "drivers/raster/PixelValues.h"
 #include "drivers/raster/ShownImages.h"
 #include "drivers/raster/TextRenderer.h"
 #include "drivers/support/CThreadedCoreManager.h"
@@ -119,8 +120,12 @@ public:
 protected:
     void BeginFrame() override;
     void FinishFrame() override;
-    /// The finished picture, for Present().
+    /// The finished picture, as it is grabbed and dumped.
     Canvas const& Picture() const { return m_canvas; }
+    /// The same for Present(), with the values of magnified pixels while they are switched on.
+    Canvas const& ShownPicture();
+    /// For the constructor of a driver that shows pictures to people.
+    void CollectPixelValues() { m_collectsValues = true; }
 
 private:
     static constexpr double kDefaultFontSize = 12;
@@ -148,6 +153,7 @@ private:
     Converted* FindConverted(SPImage const& image);
     void ForgetImages();
     void SetTexture(SPImage const& image, Texture::Format format);
+    void AddPixelValues(ui::win::T2F_V3F_t const* quads, unsigned count);
     template <class V>
     bool Draw(void (Canvas::*operation)(VertexArray const&), V const* vertices, std::size_t count);
     bool PlaceText(math::Point3<double> const& position, TextPlace& place);
@@ -170,6 +176,9 @@ private:
     std::unordered_multimap<cimage::CImage const*, Converted> m_converted; // by the source
     CountMapping m_mapping;
     ShownImages m_shown;
+    PixelValues m_values;
+    Canvas m_pictureWithValues;
+    bool m_collectsValues = false;
 };
 
 } // namespace drivers::raster

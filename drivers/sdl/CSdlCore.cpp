@@ -93,6 +93,7 @@ std::string ConnectionString(std::string const& videoDriver, SDL_Window* window)
 } // namespace
 
 CSdlCore::CSdlCore(CreationParams const& params) : CRasterCoreManager(params, SdlThread::Shared()) {
+    CollectPixelValues();
     m_display = boost::static_pointer_cast<SdlThread>(Thread());
     CallOnThread([this] {
         m_display->OpenDisplay();
@@ -445,7 +446,7 @@ void CSdlCore::Present() {
     SDL_Surface* const surface = SDL_GetWindowSurface(m_window);
     Check(surface != nullptr, "SDL_GetWindowSurface");
     std::vector<SDL_Rect> const& changed =
-        m_surfaceCopy.Update(Picture(), *surface, std::exchange(m_surfaceIsNew, false));
+        m_surfaceCopy.Update(ShownPicture(), *surface, std::exchange(m_surfaceIsNew, false));
     if (!changed.empty()) {
         // Returns when the server has taken the picture: no second one is ever under way.
         Check(

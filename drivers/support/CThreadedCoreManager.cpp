@@ -1,6 +1,7 @@
 #include "drivers/support/CThreadedCoreManager.h"
 
 #include "kiv/Diagnostics.h"
+#include "kiv/ini/INIFile.h"
 #include "ui/win/CWindowCommands.h"
 #include "ui/win/camera/CWindowCamera.h"
 
@@ -37,6 +38,10 @@ CThreadedCoreManager::CThreadedCoreManager(
         throw std::runtime_error(
             "Cannot create a window of " + std::to_string(params.width) + "x" +
             std::to_string(params.height) + " pixels: " + params.title);
+    }
+    if (m_ini != nullptr) {
+        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
+        m_ini->Lookup("PIXEL VALUES", m_pixelValues);
     }
 }
 
@@ -277,6 +282,11 @@ bool CThreadedCoreManager::SetBackgroundColor(Colour colour) {
     m_background = colour;
     Invalidate();
     return true;
+}
+
+void CThreadedCoreManager::ShowPixelValues(bool show) {
+    m_pixelValues = show;
+    Invalidate();
 }
 
 void CThreadedCoreManager::SetInterpolation(bool interpolate) {

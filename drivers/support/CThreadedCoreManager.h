@@ -47,6 +47,11 @@ public:
     /// Whether images are drawn with interpolation unless they say otherwise.
     bool Interpolates() const { return m_interpolate; }
     void SetInterpolation(bool interpolate);
+    /// Whether pixels that are shown large have their values written into them, on drivers that
+    /// show pictures to people; as the key PIXEL VALUES says at first. Grabbed and dumped pictures
+    /// never have them.
+    bool ShowsPixelValues() const { return m_pixelValues; }
+    void ShowPixelValues(bool show);
     /// Flips bits of the window-state word.
     virtual void ToggleState(std::uint32_t bits) { m_flags ^= bits; }
     /// Last pointer position, window pixels; outside the window before the first event.
@@ -96,6 +101,7 @@ private:
     boost::shared_ptr<ui::win::CCamera> m_defaultCamera;
     Colour m_background{0, 0, 0, 255};
     bool m_interpolate = false;
+    bool m_pixelValues = true;
     int m_pointerX = -1;
     int m_pointerY = -1;
     bool m_stale = true; // the picture is older than what it shows

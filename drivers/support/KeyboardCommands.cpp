@@ -114,7 +114,7 @@ struct Command {
 };
 
 using Window = CThreadedCoreManager;
-constexpr std::array<Command, 20> commands = {{
+constexpr std::array<Command, 21> commands = {{
     {'h', ToggleHelp},
     {ui::win::KeyF1, [](Window& w) { ToggleBar(w, StatusBar::ModeWindow); }},
     {ui::win::KeyF2, [](Window& w) { ToggleBar(w, StatusBar::ModeRuler); }},
@@ -126,6 +126,7 @@ constexpr std::array<Command, 20> commands = {{
     {'s', [](Window& w) { w.SaveStatusOnDisk(); }},
     {'l', [](Window& w) { w.LoadAndApplyStatusFromDisk(); }},
     {'t', [](Window& w) { w.SetInterpolation(!w.Interpolates()); }},
+    {'v', [](Window& w) { w.ShowPixelValues(!w.ShowsPixelValues()); }},
     {'g', [](Window& w) { w.SwitchAllPlugin(); }},
     {'a', [](Window& w) { w.ToggleState(ui::win::StateFreeAspect); }},
     {ui::win::KeyPageUp, [](Window& w) { Zoom(w, zoomInFactor); }},

@@ -18,6 +18,7 @@ class CThreadedCoreManager;
 /// | 1 .. 8       | window size: that many quarters of the requested size              |
 /// | s, l         | save, restore position and size                                    |
 /// | t            | image interpolation on or off                                      |
+/// | v            | values of magnified pixels on or off                               |
 /// | Page Up/Down | zoom the view under the pointer in or out                          |
 /// | arrows       | shift it by a tenth                                                |
 /// | Home         | reset it                                                           |

@@ -8,6 +8,7 @@
 #include "support/CapturedOutput.h"
 #include "ui/win/Keys.h"
 #include "ui/win/camera/CWindowCamera2D.h"
+#include "ui/win/widgets/Gadgets.h"
 
 #include <boost/thread/thread.hpp>
 
@@ -448,6 +449,32 @@ TEST_F(SdlWindow, SharesOneThreadWithEveryOtherOfTheProcess) {
     window.RemoveAllBackend();
     window.ResetWindow(WindowAt(200, 150)); // the thread and its display start again
     window.Refresh(true);
+    EXPECT_TRUE(Eventually([&] { return screen.Differences(window) == 0; }));
+}
+
+TEST_F(SdlWindow, WritesTheValuesOfMagnifiedPixelsWhereTheStatusBarCountsThem) {
+    cimage::TImage<unsigned short> image(8, 6);
+    for (unsigned i = 0; i < 48; ++i) {
+        image(i % 8, i / 8) = static_cast<unsigned short>(1300 * i);
+    }
+    auto const camera = boost::make_shared<CCamera2D>(0, 0, 8, 6, 0); // 40 window pixels each
+    camera->SetTranslation({0.3, -0.7});
+    window.SetCamera(camera);
+    window.Clear();
+    window.DrawImage(0, 0, image);
+    window.Refresh(true);
+    EXPECT_TRUE(Eventually([&] { return screen.Differences(window) > 500; }));
+    Xdotool(At(100, 100) + "click 1 key --delay 30 ctrl+F3 " + At(139, 100) + At(140, 101));
+    Settle();
+    ImageCounts counts;
+    ASSERT_TRUE(window.GetImageCounts(140, 101, counts));
+    OnBackend(window, [&](CWindowCoreManager& manager) {
+        auto const& bar = dynamic_cast<StatusBar&>(*manager.FindPlugin("StatusBar")->widget);
+        EXPECT_EQ(static_cast<unsigned>(bar.PointerWorld().x), counts.x);
+        EXPECT_EQ(static_cast<unsigned>(bar.PointerWorld().y), counts.y);
+    });
+    EXPECT_EQ(counts.values[0], image(counts.x, counts.y));
+    Xdotool("key --delay 30 ctrl+v");
     EXPECT_TRUE(Eventually([&] { return screen.Differences(window) == 0; }));
 }
 
