@@ -29,6 +29,7 @@ void Report(
 void RegisterImageFigures();
 void RegisterWindowFigures();
 void RegisterPanelFigures();
+void RegisterCameraFigures();
 void RegisterGadgetFigures();
 void RegisterAnnotationFigures();
 void RegisterRasterFigures();

@@ -135,6 +135,7 @@ int main(int argc, char** argv) {
     bench::RegisterWindowFigures();
     bench::RegisterImageFigures();
     bench::RegisterPanelFigures();
+    bench::RegisterCameraFigures();
     bench::RegisterGadgetFigures();
     bench::RegisterAnnotationFigures();
     bench::RegisterRasterFigures();
