@@ -268,6 +268,7 @@ TEST_F(NavigationFile, IsWrittenReadAndWrittenTheSame) {
     for (int i = 0; i < 12; ++i) {
         Segment s = MakeSegment(Counting(value(random)), Counting(value(random) * 1e-9), i / 3.0);
         s.lookAtEnd = {value(random), value(random) * 1e200, -0.0};
+        s.lookAtBegin = {5e-324, std::nan(""), -std::numeric_limits<double>::infinity()};
         s.smoothingOrientation = Segment::CUBIC_SPLINE;
         path->AddSegment(s);
     }

@@ -1,6 +1,8 @@
 #include "kiv/Diagnostics.h"
+#include "kiv/ParseNumber.h"
 #include "ui/win/camera/Navigation.h"
 
+#include <boost/algorithm/string/trim.hpp>
 #include <boost/current_function.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
@@ -61,8 +63,12 @@ private:
 class SegmentReader {
 public:
     explicit SegmentReader(ptree const& tree) : m_tree(tree) {}
+    /// Also takes what is no number as it is written: a path that was saved can be loaded.
     void Number(std::string const& path, double& value) {
-        value = m_tree.get<double>(path, NumberText(std::locale::classic()));
+        std::string const text = boost::trim_copy(m_tree.get<std::string>(path));
+        if (!kiv::ParseNumber(text, value)) {
+            throw std::runtime_error(path + ": `" + text + "' is not a number");
+        }
     }
     void Smoothing(std::string const& path, Segment::SmoothingType& type) {
         type = Segment::SmoothingTypeDecode(m_tree.get<std::string>(path));
