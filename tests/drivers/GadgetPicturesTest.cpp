@@ -66,7 +66,7 @@ struct Gadget {
     unsigned height;
 };
 
-Gadget Bar(char const* name, int mode, std::vector<Event> events = {}, int notation = 0) {
+Gadget Bar(char const* name, int mode, std::vector<Event> const& events = {}, int notation = 0) {
     return {name, [=](CWindow& window) { ShowBar(window, mode, notation, events); }, 300, 64};
 }
 

@@ -317,14 +317,15 @@ CPolyWidget<T>::CPolyWidget(T* points, unsigned int count, float size)
 
 template <class T>
 int CPolyWidget<T>::Draw(CWindowCore* core) {
-    if (m_points != nullptr) {
-        // Vertex 0 closes the outline; of no vertices it is all there is.
-        std::transform(m_points, m_points + m_count, m_outline.begin(), [](T const& p) {
-            return math::Point2<float>(p);
-        });
-        m_outline.back() = math::Point2<float>(m_points[0]);
-        core->DrawPolyLine(m_outline.data(), m_count + 1, false);
+    if (m_points == nullptr) {
+        return 1; // of no vertices
     }
+    // Vertex 0 closes the outline; of no vertices it is all there is.
+    std::transform(m_points, m_points + m_count, m_outline.begin(), [](T const& p) {
+        return math::Point2<float>(p);
+    });
+    m_outline.back() = math::Point2<float>(m_points[0]);
+    core->DrawPolyLine(m_outline.data(), m_count + 1, false);
     float const h = m_halfSize;
     for (std::uint32_t i = 0; i < m_count; ++i) {
         T const& p = m_points[i];

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -26,7 +27,7 @@ class KeyboardEventWidget;
 class CUndoStack {
 public:
     /// One direction of an entry. @return false when what it would change is gone
-    using Step = boost::function<bool()>;
+    using Step = std::function<bool()>;
 
     /// @param limit entries that are kept; the oldest go first
     explicit CUndoStack(std::size_t limit = 1000) : m_limit(limit) {}
