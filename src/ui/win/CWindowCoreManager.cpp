@@ -121,7 +121,8 @@ bool CWindowCoreManager::Refresh(bool) {
 }
 
 bool CWindowCoreManager::PushCommand(SPCommand const& command) {
-    SPCommand const kept = command; // the command may drop what the caller passed
+    // The command may drop what the caller passed.
+    SPCommand const kept = command; // NOLINT(performance-unnecessary-copy-initialization)
     try {
         kept->Execute(this);
     } catch (...) {

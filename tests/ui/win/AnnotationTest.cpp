@@ -18,7 +18,6 @@ namespace {
 using namespace ui::win;
 using namespace tests;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using Point2f = math::Point2<float>;
 using Point2d = math::Point2<double>;
 using Rect = math::Rect2<float>;
