@@ -105,18 +105,19 @@ void RenderThread::Rest(RenderClient const* client) {
         return;
     }
     auto const isMine = [client](auto const& entry) { return entry.key == client; };
+    auto const endBatch = [&] {
+        for (std::uint64_t const present = m_batchCount; m_serving && m_batchCount == present;) {
+            m_batchEnded.wait(lock);
+        }
+    };
     while (std::any_of(m_queue.begin(), m_queue.end(), isMine)) {
         m_batchEnded.wait(lock);
     }
+    endBatch(); // it draws what its commands asked for
     for (Client& entry : m_clients) {
         entry.resting = entry.resting || isMine(entry);
     }
-    // The batch under way may still hold the window; those after it will not.
-    if (m_serving) {
-        for (std::uint64_t const present = m_batchCount; m_batchCount == present;) {
-            m_batchEnded.wait(lock);
-        }
-    }
+    endBatch(); // one that has begun meanwhile may still hold the window; those after it will not
 }
 
 bool RenderThread::IsCurrent() const {

@@ -44,6 +44,22 @@ TEST(RenderThread, RefreshFromAnotherThreadIsHandedOver) {
     EXPECT_EQ(frames, 1);
 }
 
+TEST(RenderThread, DrainWaitsForThePictureThatACommandAskedFor) {
+    CapturedOutput output;
+    CWindow window(MakeParams("Offscreen"));
+    boost::shared_ptr<CWindowCoreManager> backend;
+    OnBackend(window, [&](CWindowCoreManager& manager) { backend = manager.shared_from_this(); });
+    auto const ask = boost::make_shared<CWndCommand_Call>([](CWindowCoreManager* manager) {
+        boost::this_thread::sleep_for(boost::chrono::microseconds(50));
+        manager->Refresh(false);
+    });
+    for (unsigned i = 1; i <= 200; ++i) {
+        backend->PushCommand(ask);
+        backend->Drain();
+        ASSERT_EQ(backend->DrawCount(), i);
+    }
+}
+
 TEST(RenderThread, QuitRefusesCommandsAndEndsWaiting) {
     CapturedOutput output;
     CWindow window(MakeParams("Offscreen"));
