@@ -33,5 +33,6 @@ void RegisterCameraFigures();
 void RegisterGadgetFigures();
 void RegisterAnnotationFigures();
 void RegisterRasterFigures();
+void RegisterSdlFigures();
 
 } // namespace bench

@@ -139,6 +139,9 @@ int main(int argc, char** argv) {
     bench::RegisterGadgetFigures();
     bench::RegisterAnnotationFigures();
     bench::RegisterRasterFigures();
+#ifdef QUARN_BENCH_SDL
+    bench::RegisterSdlFigures();
+#endif
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;

@@ -118,12 +118,12 @@ void AddKeys(std::string const& name) {
 
 } // namespace
 
-XServer::XServer(bool windowManager) {
+XServer::XServer(bool windowManager, int width, int height) {
     int number[2];
     if (pipe(number) != 0) {
         throw std::runtime_error("no pipe");
     }
-    std::string const screen = std::to_string(Width) + "x" + std::to_string(Height) + "x24";
+    std::string const screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
     // It takes the first number that is free and writes it down when it answers.
     m_server = std::make_unique<Process>(
         std::vector<std::string>{

@@ -39,7 +39,7 @@ public:
     /// Whether the programs are installed.
     static bool IsThere();
     /// Starts the server and, when asked for, a window manager, and waits until they answer.
-    explicit XServer(bool windowManager = false);
+    explicit XServer(bool windowManager = false, int width = Width, int height = Height);
 
     /// Such as ":1".
     std::string const& Display() const { return m_display; }
