@@ -1,6 +1,7 @@
 #include "drivers/raster/Canvas.h"
 
 #include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/Cover.h"
 #include "drivers/raster/detail/View.h"
 
 #include <algorithm>
@@ -140,6 +141,7 @@ void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) c
 void Canvas::BlendMask(
     int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride) {
     Ink const ink(m_state);
+    CoverPen const pen(ink);
     Target const target = MakeTarget();
     // In 64 bits: a position near the end of int plus a size must not wrap.
     auto const right = std::min<long long>(m_clip.right, static_cast<long long>(x) + width);
@@ -159,7 +161,7 @@ void Canvas::BlendMask(
             float* there = target.NearnessAt(left, row);
             CoverSeenRow(Row(row) + left, from, count, nearness.data(), there, ink);
         } else {
-            CoverRow(Row(row) + left, from, count, ink);
+            CoverRow(Row(row) + left, from, count, pen);
         }
     }
 }

@@ -365,6 +365,31 @@ TEST(Canvas, SmoothLinesCoverTheirArea) {
     }
 }
 
+TEST(Canvas, SmoothLinesAreTheSameInOnePieceAndInTwo) {
+    Random random(5);
+    auto const coordinate = [&] { return static_cast<float>(random(9000)) / 100 - 13; };
+    for (int i = 0; i < 300; ++i) {
+        Canvas one = MakeCanvas();
+        one.Clear({30, 60, 90, 255});
+        one.State().lineSmooth = true;
+        one.State().blend = true;
+        one.State().lineWidth = 0.3F + static_cast<float>(random(90)) / 10;
+        one.State().colour = {250, 220, 200, random.Coin() ? random.Byte() : kWhite.a};
+        Canvas two = one;
+        math::Point2<float> const a{coordinate(), coordinate()};
+        math::Point2<float> const b = i % 9 != 0 ? math::Point2<float>{coordinate(), coordinate()}
+                                                 : math::Point2<float>{a.x, coordinate()};
+        one.Line(a.x, a.y, b.x, b.y);
+        two.Polyline(Vertices(Points2{a, (a + b) * 0.5F, b}), false);
+        for (int k = 0; k < 64 * 64; ++k) {
+            Colour const p = one.Read(k % 64, k / 64);
+            Colour const q = two.Read(k % 64, k / 64);
+            ASSERT_NEAR(p.r, q.r, 2) << i << ": " << k % 64 << ", " << k / 64;
+            ASSERT_NEAR(p.b, q.b, 2) << i << ": " << k % 64 << ", " << k / 64;
+        }
+    }
+}
+
 TEST(Canvas, BoxesWithWholeCornersCoverExactlyTheirArea) {
     Canvas canvas = MakeCanvas(8, 5);
     canvas.Box(6, 1, 2, 4, true); // any two opposite corners

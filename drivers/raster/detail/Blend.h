@@ -158,8 +158,8 @@ inline void FillSeenPixels(
     }
 }
 
-/// Those of the pixels of CoverRow() that pass the depth test. What is covered by half at least is
-/// as near as what covers it.
+/// Those of the pixels, each as far as it is covered, that pass the depth test. What is covered by
+/// half at least is as near as what covers it.
 inline void CoverSeenRow(
     Colour* row,
     unsigned char const* coverage,
@@ -172,14 +172,6 @@ inline void CoverSeenRow(
         if (alpha != 0 && nearness[i] >= there[i]) {
             BlendPixel(row[i], ink.colour, alpha);
             there[i] = coverage[i] >= 128 ? nearness[i] : there[i];
-        }
-    }
-}
-
-inline void CoverRow(Colour* row, unsigned char const* coverage, int count, Ink const& ink) {
-    for (int i = 0; i < count; ++i) {
-        if (unsigned const alpha = Scale(coverage[i], ink.colour.a)) {
-            BlendPixel(row[i], ink.colour, alpha);
         }
     }
 }

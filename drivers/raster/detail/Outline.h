@@ -2,7 +2,9 @@
 
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/Blend.h"
+#include "drivers/raster/detail/Cover.h"
 #include "drivers/raster/detail/OutlineScratch.h"
+#include "drivers/raster/detail/SmoothLine.h"
 #include "drivers/raster/detail/Stroke.h"
 #include "drivers/raster/detail/ThinPen.h"
 
@@ -36,8 +38,9 @@ struct Pen {
 /// Draws what a path encloses.
 inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool smooth) {
     if (smooth) {
+        CoverPen const pen(ink);
         path.Coverage([&](int y, int x, int count, unsigned char const* coverage) {
-            CoverRow(target.At(x, y), coverage, count, ink);
+            CoverRow(target.At(x, y), coverage, count, pen);
         });
     } else {
         path.Spans([&](int y, int x0, int x1) { FillSpan(target, y, x0, x1, ink); });
@@ -98,6 +101,12 @@ public:
         std::size_t const segments = count == 1 || closed ? count : count - 1;
         if (segments > 1) {
             m_thinPen.StartShape();
+        } else if (DrawsAlone()) {
+            Segment segment;
+            if (ProjectSegment(pointAt(0), pointAt(count - 1), m_range, segment)) {
+                DrawSmoothLine(m_target, segment, m_pen.width, m_ink);
+            }
+            return;
         }
         HPoint const first = pointAt(0);
         HPoint from = first;
@@ -119,6 +128,10 @@ public:
     }
 
 private:
+    /// A single segment needs no path.
+    bool DrawsAlone() const {
+        return m_pen.smooth && m_pen.width <= WidestSmoothLine && m_target.nearness == nullptr;
+    }
     void Add(Segment const& segment, bool joined, bool opens);
     void Finish(bool closed);
     ConvexSink& Pieces() {

@@ -3,8 +3,21 @@
 #include "drivers/raster/detail/Blend.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace drivers::raster::detail {
+
+namespace {
+
+/// Coverage is counted in whole numbers, whose sum is the same in any order.
+constexpr int kWhole = 1 << 16;
+
+/// @param part from 0 to 1
+int Fixed(double part) {
+    return static_cast<int>(part * kWhole + 0.5);
+}
+
+} // namespace
 
 void PathFill::Start(math::Rect2<int> const& clip) {
     m_clip = clip;
@@ -17,7 +30,7 @@ void PathFill::Start(math::Rect2<int> const& clip) {
     }
     auto const columns = static_cast<std::size_t>(clip.Width());
     if (m_sums.size() < columns + 2) {
-        m_sums.resize(columns + 2, 0.0);
+        m_sums.resize(columns + 2, 0);
         m_coverage.resize(columns);
     }
 }
@@ -101,20 +114,22 @@ int PathFill::SumCoverage(int y, int& x0) {
         double const top = std::max<double>(y, edge.top);
         double const bottom = std::min<double>(y + 1, edge.bottom);
         double const left = m_clip.left;
-        Accumulate(edge.At(top) - left, edge.At(bottom) - left, (bottom - top) * edge.direction);
+        int const height = Fixed(bottom - y) - Fixed(top - y);
+        Accumulate(edge.At(top) - left, edge.At(bottom) - left, height * edge.direction);
     }
-    double sum = 0;
+    int sum = 0;
     // After the last touched pixel the coverage is what is left, up to the edge of the clip.
     int count = 0;
     for (int i = m_touchedFrom; i < m_clip.Width(); ++i) {
-        if (i > m_touchedTo && std::abs(sum) < 1.0 / 1024) {
+        if (i > m_touchedTo && sum == 0) {
             break;
         }
         auto const at = static_cast<std::size_t>(i);
         sum += m_sums[at];
         m_sums[at] = 0;
-        double const share = std::min(std::abs(sum), 1.0);
-        m_coverage[static_cast<std::size_t>(count++)] = RoundChannel(share * 255);
+        int const share = std::min(std::abs(sum), kWhole);
+        m_coverage[static_cast<std::size_t>(count++)] =
+            static_cast<unsigned char>((share * 255 + kWhole / 2) / kWhole);
     }
     m_sums[static_cast<std::size_t>(m_clip.Width())] = 0;
     m_sums[static_cast<std::size_t>(m_clip.Width()) + 1] = 0;
@@ -123,7 +138,7 @@ int PathFill::SumCoverage(int y, int& x0) {
 }
 
 /// Adds an edge within one row, x relative to the clip: `height` is covered right of it.
-void PathFill::Accumulate(double x0, double x1, double height) {
+void PathFill::Accumulate(double x0, double x1, int height) {
     if (x0 > x1) {
         std::swap(x0, x1);
     }
@@ -133,7 +148,7 @@ void PathFill::Accumulate(double x0, double x1, double height) {
     }
     double const perX = x1 > x0 ? height / (x1 - x0) : 0;
     if (x0 < 0) {
-        double const outside = x1 <= 0 ? height : -x0 * perX;
+        int const outside = x1 <= 0 ? height : static_cast<int>(-x0 * perX);
         AccumulateInside(0, 0, outside);
         if (x1 <= 0) {
             return;
@@ -142,32 +157,35 @@ void PathFill::Accumulate(double x0, double x1, double height) {
         x0 = 0;
     }
     if (x1 > width) {
-        height = (width - x0) * perX;
+        height = static_cast<int>((width - x0) * perX);
         x1 = width;
     }
     AccumulateInside(x0, x1, height);
 }
 
-void PathFill::AccumulateInside(double x0, double x1, double height) {
+void PathFill::AccumulateInside(double x0, double x1, int height) {
     int const first = static_cast<int>(x0);
     int const last = static_cast<int>(x1);
     m_touchedFrom = std::min(m_touchedFrom, first);
     m_touchedTo = std::max(m_touchedTo, last + 1);
-    double* sums = m_sums.data();
+    // A part of the height that is passed at a mean distance from its pixel's left edge.
+    auto const add = [this](int pixel, int part, double distance) {
+        int const after = static_cast<int>(part * distance);
+        m_sums[static_cast<std::size_t>(pixel)] += part - after;
+        m_sums[static_cast<std::size_t>(pixel) + 1] += after;
+    };
     if (first == last) {
-        double const left = (x0 + x1) / 2 - first; // mean distance from the pixel's left edge
-        sums[first] += height * (1 - left);
-        sums[first + 1] += height * left;
+        add(first, height, (x0 + x1) / 2 - first);
         return;
     }
     double const perX = height / (x1 - x0);
+    int passed = 0;
     for (int i = first; i <= last; ++i) {
         double const from = std::max<double>(x0, i);
         double const to = std::min<double>(x1, i + 1);
-        double const part = (to - from) * perX;
-        double const left = (from + to) / 2 - i;
-        sums[i] += part * (1 - left);
-        sums[i + 1] += part * left;
+        int const upToHere = i == last ? height : static_cast<int>((to - x0) * perX);
+        add(i, upToHere - passed, (from + to) / 2 - i);
+        passed = upToHere;
     }
 }
 

@@ -93,8 +93,8 @@ private:
     void EnterRow(int y);
     void FindCrossings(int y);
     int SumCoverage(int y, int& x0);
-    void Accumulate(double x0, double x1, double height);
-    void AccumulateInside(double x0, double x1, double height);
+    void Accumulate(double x0, double x1, int height);
+    void AccumulateInside(double x0, double x1, int height);
 
     math::Rect2<int> m_clip;
     int m_firstRow = 0;
@@ -103,7 +103,7 @@ private:
     std::vector<int> m_starts; ///< per clip row, the first edge that starts there; else all -1
     std::vector<int> m_active;
     std::vector<Crossing> m_crossings;
-    std::vector<double> m_sums; ///< change of coverage from pixel to pixel; all 0 between rows
+    std::vector<int> m_sums; ///< change of coverage from pixel to pixel; all 0 between rows
     std::vector<unsigned char> m_coverage;
     int m_touchedFrom = 0;
     int m_touchedTo = 0;
