@@ -56,7 +56,7 @@ public:
             return false;
         }
         Event key = event;
-        key.key = (event.state & StateShift) != 0 ? 'Z' : 'z';
+        key.key = (event.state & StateShift) != 0 ? U'Z' : U'z';
         return KeyboardEventWidget::Interact(manager, key);
     }
 };
