@@ -55,11 +55,11 @@ struct NavigationPad : testing::Test {
     boost::shared_ptr<CCamera3D> camera =
         boost::make_shared<CCamera3D>(0.0, 0.3, 0.4, -5.0, 0.0, 2.0, true);
     boost::shared_ptr<Navigation> path = boost::make_shared<Navigation>(camera);
+    std::atomic<unsigned> frames{0}; // outlives the window that counts them
     CWindow window{MakeParams("Offscreen", 160, 120)};
 };
 
 TEST_F(NavigationPad, RepeatsFromClickToClick) {
-    std::atomic<unsigned> frames{0};
     window.Subscribe_RefreshComplete([&](cimage::CImage const&) { ++frames; });
     Click(51, 35); // beside it
     EXPECT_FALSE(PadButton(plusYaw).IsRunning());
@@ -80,6 +80,7 @@ TEST_F(NavigationPad, RepeatsFromClickToClick) {
     EXPECT_EQ(Yaw(), stopped);
     Click(40, 35);
     EXPECT_TRUE(Eventually([&] { return Yaw() < stopped; })) << "and on again";
+    Click(40, 35); // its worker may be the window's last owner: no frame is to be counted then
 }
 
 TEST_F(NavigationPad, GoesAwayWhileButtonsRun) {
