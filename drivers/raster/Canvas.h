@@ -97,6 +97,9 @@ public:
 
     /// Lets threads help with what is large; null: none. The picture is the same for any number.
     void SetWorkers(std::shared_ptr<Workers> workers) { m_workers = std::move(workers); }
+    /// From about how many pixels on a pass is shared with the workers: fewer are drawn sooner than
+    /// a thread wakes up.
+    void SetWorthSharing(double pixels) { m_worthSharing = pixels; }
 
     /// What the operations below draw with; lasts until it is changed.
     DrawState& State() { return m_state; }
@@ -179,7 +182,8 @@ private:
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
-    std::shared_ptr<Workers> m_workers;                       // null: no helping threads
+    double m_worthSharing = 1 << 16;
+    std::shared_ptr<Workers> m_workers; // null: no helping threads
 };
 
 } // namespace drivers::raster

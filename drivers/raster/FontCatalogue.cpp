@@ -15,7 +15,8 @@ namespace fs = boost::filesystem;
 using Lock = boost::lock_guard<boost::mutex>;
 
 boost::mutex& ProcessLock() {
-    static boost::mutex lock;
+    // Never destroyed: a window that is a static itself may be the last thing to go.
+    static boost::mutex& lock = *new boost::mutex;
     return lock;
 }
 

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <numeric>
 #include <vector>
@@ -371,6 +372,16 @@ TEST(TextRenderer, AnyFontNameFindsAFont) {
     EXPECT_GT(
         text.Measure({"Liberation Sans:bold", 12, 12}, "mill").Width(),
         text.Measure(Style(12), "mill").Width());
+}
+
+TEST(TextRenderer, MayOutliveEverythingElseOfTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    auto const leave = [] {
+        static TextRenderer text; // constructed before what it then uses, so it goes after that
+        text.Measure({}, "last");
+        std::exit(0);
+    };
+    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
 }
 
 TEST(TextRenderer, WindowsDrawTextAtTheSameTime) {

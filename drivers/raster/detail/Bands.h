@@ -9,11 +9,10 @@ namespace drivers::raster {
 
 template <class Draw>
 void Canvas::InBands(double pixels, Draw const& draw) {
-    constexpr double worthSharing = 1 << 16;
     detail::Target const whole = MakeTarget();
     int const rows = m_clip.Height();
     int const threads = m_workers ? static_cast<int>(m_workers->Threads()) : 1;
-    int const bands = pixels >= worthSharing ? std::min(threads, rows) : 1;
+    int const bands = pixels >= m_worthSharing ? std::min(threads, rows) : 1;
     if (bands <= 1) {
         draw(whole, m_scratch[0]);
         return;
