@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 #include <tiffio.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <csignal>
 #include <cstddef>
@@ -210,6 +211,20 @@ TEST_F(ImageIO, ForeignCommentsAreKept) {
     EXPECT_EQ(image->Row<char>(0)[0], 'x');
 }
 
+TEST_F(ImageIO, KeysThatAreNoPathsAreKeptAsTheyAre) {
+    for (char const* key : {".", "A.", ".A", "A..B"}) {
+        std::string path = WriteFile("a.pgm", std::string("P5\n# ") + key + ": 7\n1 1\n255\nx");
+        for (char const* name : {"a.png", "a.tif", "b.pgm"}) {
+            auto const image = CreateFromFile(path, ptree());
+            ASSERT_EQ(image->Metadata().size(), 1U) << path << key;
+            EXPECT_EQ(image->Metadata().front().first, key);
+            EXPECT_EQ(image->Metadata().front().second.data(), "7");
+            path = Path(name);
+            Save(path, *image, image->Metadata());
+        }
+    }
+}
+
 TEST_F(ImageIO, PnmCountsAreScaledToTheWholeRange) {
     struct {
         std::string content;
@@ -313,6 +328,69 @@ TEST_F(ImageIO, LargerImagesThanAllowedAreRefused) {
 }
 
 // ---- files as other programs write them
+
+TEST_F(ImageIO, PngTextsThatExpandToGigabytesAreRefused) {
+    std::string const text(7000000, 'x');
+    uLongf size = compressBound(text.size());
+    std::vector<png_byte> chunk(3 + size);
+    chunk[0] = 'K'; // then the end of the key, and the kind of compression
+    compress(chunk.data() + 3, &size, reinterpret_cast<Bytef const*>(text.data()), text.size());
+    for (bool const many : {false, true}) {
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+            std::fopen(Path("a.png").c_str(), "wb"), std::fclose);
+        png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+        png_infop info = png_create_info_struct(png);
+        png_init_io(png, file.get());
+        png_set_IHDR(png, info, 1, 1, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, 0, 0);
+        png_write_info(png, info);
+        for (int i = 0; i < (many ? 20 : 1); ++i) {
+            png_write_chunk(png, reinterpret_cast<png_const_bytep>("zTXt"), chunk.data(), 3 + size);
+        }
+        png_write_row(png, chunk.data());
+        png_write_end(png, info);
+        png_destroy_write_struct(&png, &info);
+        file.reset();
+        if (many) {
+            EXPECT_THAT(ReadFailure(Path("a.png")), HasSubstr("more memory"));
+        } else {
+            auto const image = CreateFromFile(Path("a.png"), ptree());
+            EXPECT_EQ(image->Metadata().get("K", "").size(), text.size());
+        }
+    }
+}
+
+TEST_F(ImageIO, JpegFilesThatRepeatTheirScansAreRefused) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+        std::fopen(Path("a.jpg").c_str(), "wb"), std::fclose);
+    jpeg_compress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    jpeg_stdio_dest(&jpeg, file.get());
+    jpeg.image_width = jpeg.image_height = 8;
+    jpeg.input_components = 1;
+    jpeg.in_color_space = JCS_GRAYSCALE;
+    jpeg_set_defaults(&jpeg);
+    jpeg_simple_progression(&jpeg);
+    jpeg_start_compress(&jpeg, TRUE);
+    JSAMPLE pixels[8] = {1, 99, 3, 200, 5, 6, 70, 8};
+    for (JSAMPROW row = pixels; jpeg.next_scanline < 8;) {
+        jpeg_write_scanlines(&jpeg, &row, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    jpeg_destroy_compress(&jpeg);
+    file.reset();
+    std::string const whole = ReadFile(Path("a.jpg"));
+    std::size_t const scan = whole.find("\xFF\xDA");
+    std::size_t const end = whole.find('\xFF', scan + 2);
+    std::string bomb = whole.substr(0, end);
+    for (int i = 0; i < 600; ++i) {
+        bomb += whole.substr(scan, end - scan);
+    }
+    EXPECT_THAT(
+        ReadFailure(WriteFile("bomb.jpg", bomb + whole.substr(end))), HasSubstr("too many scans"));
+    EXPECT_NO_THROW(CreateFromFile(Path("a.jpg"), ptree()));
+}
 
 struct PngVariant {
     int colour;

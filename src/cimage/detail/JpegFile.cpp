@@ -54,10 +54,21 @@ jpeg_error_mgr* Prepare(ErrorManager& errors) {
     return &errors.manager;
 }
 
+/// A file may go over the whole image again and again with a few bytes each time; no camera or
+/// program does so a hundred times.
+void CheckScans(j_common_ptr jpeg) {
+    constexpr int mostScans = 500;
+    if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number > mostScans) {
+        reinterpret_cast<ErrorManager*>(jpeg->err)->calls.Fail("the file has too many scans");
+    }
+}
+
 struct Decompressor {
     Decompressor() {
         jpeg.err = Prepare(errors);
         errors.calls([&] { jpeg_create_decompress(&jpeg); });
+        progress.progress_monitor = CheckScans;
+        jpeg.progress = &progress;
     }
     ~Decompressor() { jpeg_destroy_decompress(&jpeg); }
     Decompressor(Decompressor const&) = delete;
@@ -65,6 +76,7 @@ struct Decompressor {
 
     ErrorManager errors{};
     jpeg_decompress_struct jpeg{};
+    jpeg_progress_mgr progress{};
 };
 
 struct Compressor {

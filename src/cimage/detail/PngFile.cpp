@@ -7,6 +7,10 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -24,13 +28,48 @@ void OnError(png_structp png, png_const_charp reason) {
 // Warnings concern what does not change the pixels.
 void OnWarning(png_structp /*png*/, png_const_charp /*reason*/) {}
 
+/// What libpng may allocate: its texts are compressed, and a small file could ask for gigabytes.
+struct Memory {
+    std::size_t left = std::size_t{64} << 20;
+    bool exceeded = false;
+};
+
+/// In front of each block, the block's size; as far apart as alignment wants.
+constexpr std::size_t BlockHeader = alignof(std::max_align_t);
+
+png_voidp Allocate(png_structp png, png_alloc_size_t size) {
+    auto* const memory = static_cast<Memory*>(png_get_mem_ptr(png));
+    if (size > memory->left) {
+        memory->exceeded = true;
+        return nullptr;
+    }
+    auto* const block = static_cast<unsigned char*>(std::malloc(size + BlockHeader));
+    if (block == nullptr) {
+        return nullptr;
+    }
+    memory->left -= size;
+    std::memcpy(block, &size, sizeof(size));
+    return block + BlockHeader;
+}
+
+void Release(png_structp png, png_voidp bytes) {
+    if (bytes != nullptr) {
+        auto* const block = static_cast<unsigned char*>(bytes) - BlockHeader;
+        png_alloc_size_t size = 0;
+        std::memcpy(&size, block, sizeof(size));
+        static_cast<Memory*>(png_get_mem_ptr(png))->left += size;
+        std::free(block);
+    }
+}
+
 /// libpng's two records for reading or for writing, and the calls that use them.
 struct Png {
     enum Direction { Read, Write };
 
     explicit Png(Direction whichWay) : direction(whichWay) {
-        auto* const create = direction == Read ? png_create_read_struct : png_create_write_struct;
-        png = create(PNG_LIBPNG_VER_STRING, &calls, OnError, OnWarning);
+        auto* const create =
+            direction == Read ? png_create_read_struct_2 : png_create_write_struct_2;
+        png = create(PNG_LIBPNG_VER_STRING, &calls, OnError, OnWarning, &memory, Allocate, Release);
         if (png != nullptr) {
             info = png_create_info_struct(png);
         }
@@ -51,6 +90,13 @@ struct Png {
         });
     }
 
+    /// Texts that find no memory are left out by the library without an error.
+    void CheckMemory() const {
+        if (memory.exceeded) {
+            throw std::runtime_error("its texts need more memory than an image may take");
+        }
+    }
+
     void Destroy() {
         if (direction == Read) {
             png_destroy_read_struct(&png, &info, nullptr);
@@ -60,6 +106,7 @@ struct Png {
     }
 
     Direction direction;
+    Memory memory;
     LibraryCalls calls;
     png_structp png = nullptr;
     png_infop info = nullptr;
@@ -162,6 +209,9 @@ boost::shared_ptr<CImage> ReadPng(std::FILE* file, ReadLimits const& limits) {
         height = png_get_image_height(png.png, png.info);
     });
     limits.Check(width, height);
+    constexpr std::size_t rowCopies = 4;
+    constexpr std::size_t widestPixel = 8;
+    png.memory.left += rowCopies * widestPixel * width;
 
     PixelLayout layout{};
     int passes = 0;
@@ -182,6 +232,7 @@ boost::shared_ptr<CImage> ReadPng(std::FILE* file, ReadLimits const& limits) {
         }
         png_read_end(png.png, png.info);
     });
+    png.CheckMemory();
     ReadTexts(png.png, png.info, *image);
     return image;
 }
@@ -190,6 +241,7 @@ void WritePng(std::FILE* file, StoredImage const& stored, TextEntries const& tex
     Png png(Png::Write);
     png.Attach(file);
     std::vector<png_text> const pngTexts = ToPngTexts(texts);
+    png.memory.left = std::numeric_limits<std::size_t>::max(); // the caller's own data
     png.calls([&] {
         // Measured on camera frames: several times faster than the defaults, hardly larger.
         png_set_compression_level(png.png, 1);

@@ -44,7 +44,14 @@ TextEntries FromTree(boost::property_tree::ptree const& tree) {
 }
 
 void AddToTree(boost::property_tree::ptree& tree, TextEntry const& entry) {
-    tree.add(entry.first, entry.second);
+    std::string const& key = entry.first;
+    bool const isPath = !key.empty() && key.front() != '.' && key.back() != '.' &&
+                        key.find("..") == std::string::npos;
+    if (isPath) {
+        tree.add(key, entry.second);
+    } else { // a level would have no name
+        tree.push_back({key, boost::property_tree::ptree(entry.second)});
+    }
 }
 
 std::string ToLines(TextEntries const& entries) {

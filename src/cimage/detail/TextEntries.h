@@ -18,7 +18,7 @@ using TextEntries = std::vector<TextEntry>;
 /// characters, which no image format can hold, are removed.
 TextEntries FromTree(boost::property_tree::ptree const& tree);
 
-/// Adds an entry to a metadata tree; a dot in its key opens a level.
+/// Adds an entry to a metadata tree; a dot between two names of its key opens a level.
 void AddToTree(boost::property_tree::ptree& tree, TextEntry const& entry);
 
 /// Entries as lines for formats that know only free text: "key: value", further lines of a value
