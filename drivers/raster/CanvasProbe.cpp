@@ -13,6 +13,7 @@ namespace {
 /// Remembers the texture coordinates of the pixel that it is asked to draw.
 struct ProbeShader {
     static constexpr int Values = 2;
+    static constexpr bool HasFootprint = false;
     math::Point2<double>& texture;
     bool& found;
 

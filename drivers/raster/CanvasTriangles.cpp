@@ -6,6 +6,7 @@
 #include "drivers/raster/detail/View.h"
 
 #include <algorithm>
+#include <cmath>
 #include <type_traits>
 
 namespace drivers::raster {
@@ -34,6 +35,7 @@ unsigned char Channel(double value) {
 template <bool Blend>
 struct ColourShader {
     static constexpr int Values = 4;
+    static constexpr bool HasFootprint = false;
 
     void Load(VertexArray const& vertices, std::size_t index, double* values) const {
         Colour const colour = VertexColour(vertices, index);
@@ -53,6 +55,7 @@ struct ColourShader {
 template <bool Blend>
 struct LitShader {
     static constexpr int Values = 3;
+    static constexpr bool HasFootprint = false;
     Lighting const& lighting;
     unsigned char alpha;
 
@@ -65,10 +68,53 @@ struct LitShader {
     }
 };
 
+double SquaredLength(double x, double y) {
+    return x * x + y * y;
+}
+
+/// Drawn at half size or less along either axis of the picture, as ImageAxis has it.
+bool IsReduced(Footprint const& footprint) {
+    return SquaredLength(footprint.acrossX, footprint.acrossY) >= 4 ||
+           SquaredLength(footprint.downX, footprint.downY) >= 4;
+}
+
+/// The mean of the texels under a pixel, taken a texel apart; farther when there are very many.
+template <class Sampler>
+Colour MeanTexel(Sampler const& sampler, double u, double v, Footprint const& footprint) {
+    auto const steps = [](double x, double y) {
+        constexpr double most = 16;
+        // The nearest smaller float: lengths that should be whole numbers are not quite.
+        double const length = std::sqrt(SquaredLength(x, y)) * (1 - 1e-7);
+        return length < most ? static_cast<int>(length) + 1 : static_cast<int>(most);
+    };
+    int const columns = steps(footprint.acrossX, footprint.acrossY);
+    int const rows = steps(footprint.downX, footprint.downY);
+    unsigned sum[4] = {};
+    for (int row = 0; row < rows; ++row) {
+        double const down = (row + 0.5) / rows - 0.5;
+        for (int column = 0; column < columns; ++column) {
+            double const across = (column + 0.5) / columns - 0.5;
+            Colour const texel = sampler.Nearest(
+                u + across * footprint.acrossX + down * footprint.downX,
+                v + across * footprint.acrossY + down * footprint.downY);
+            sum[0] += texel.r;
+            sum[1] += texel.g;
+            sum[2] += texel.b;
+            sum[3] += texel.a;
+        }
+    }
+    unsigned const count = static_cast<unsigned>(columns * rows);
+    auto const mean = [count](unsigned total) {
+        return static_cast<unsigned char>((total + count / 2) / count);
+    };
+    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
+}
+
 /// Multiplies the texture by the current colour.
 template <class Sampler, bool Blend>
 struct TextureShader {
     static constexpr int Values = 2;
+    static constexpr bool HasFootprint = true;
     Sampler sampler;
     Colour colour;
     Texture const& texture;
@@ -78,8 +124,12 @@ struct TextureShader {
         values[0] = double{st[0]} * texture.width;
         values[1] = double{st[1]} * texture.height;
     }
-    void Put(Colour& pixel, Run<2> const& run, int k) const {
-        detail::Put<Blend>(pixel, Modulate(sampler(run.values[0][k], run.values[1][k]), colour));
+    void Put(Colour& pixel, Run<2> const& run, int k, Footprint const& footprint) const {
+        double const u = run.values[0][k];
+        double const v = run.values[1][k];
+        Colour const texel =
+            IsReduced(footprint) ? MeanTexel(sampler, u, v, footprint) : sampler(u, v);
+        detail::Put<Blend>(pixel, Modulate(texel, colour));
     }
 };
 
@@ -163,14 +213,17 @@ void Canvas::Quads(VertexArray const& vertices) {
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
+        using Corners = Vertex<Shader::Values>[4];
+        auto const load = [&](std::size_t first, Corners& corners) {
+            for (std::size_t i = 0; i < 4; ++i) {
+                corners[i] = LoadVertex(shader, reader, vertices, first + i);
+            }
+        };
         InBands(PixelsOf(vertices, 4), [&](Target const& target, Scratch& scratch) {
             (void)scratch; // only textures on upright quads need it
+            Corners corners;
             for (std::size_t i = 0; i + 3 < vertices.count; i += 4) {
-                Vertex<Shader::Values> const corners[4] = {
-                    LoadVertex(shader, reader, vertices, i),
-                    LoadVertex(shader, reader, vertices, i + 1),
-                    LoadVertex(shader, reader, vertices, i + 2),
-                    LoadVertex(shader, reader, vertices, i + 3)};
+                load(i, corners);
                 if constexpr (affine && Shader::Values == 2) {
                     if (DrawUprightImage(target, m_state, corners, scratch.image)) {
                         continue;

@@ -623,6 +623,54 @@ TEST(Canvas, ImagesDrawnAtHalfSizeOrLessBecomeTheMeanOfWhatAPixelCovers) {
     EXPECT_EQ(canvas.Read(1, 0).r, 200);
 }
 
+TEST(Canvas, TurnedAndDistantImagesAtHalfSizeOrLessAreMeansToo) {
+    std::vector<unsigned char> noise(36 * 36);
+    unsigned seed = 7;
+    for (unsigned char& texel : noise) {
+        seed = seed * 1664525 + 1013904223;
+        texel = static_cast<unsigned char>(seed >> 24);
+    }
+    for (int const size : {18, 12}) {
+        Canvas upright = MakeCanvas(size, size);
+        Canvas turned = MakeCanvas(size, size);
+        upright.State().texture = {noise.data(), 36, 36, 36, Texture::Format::Grey8};
+        turned.State() = upright.State();
+        auto const edge = static_cast<float>(size);
+        std::vector<TextureVertex> quad = ImageQuad(0, 0, edge, edge);
+        upright.Quads(Vertices(quad));
+        for (TextureVertex& corner : quad) {
+            corner = {corner.s, corner.t, edge - corner.y, corner.x, 0};
+        }
+        turned.Quads(Vertices(quad));
+        for (int i = 0; i < size * size; ++i) {
+            int const x = i % size;
+            int const y = i / size;
+            EXPECT_NEAR(upright.Read(x, y).r, turned.Read(size - 1 - y, x).r, 1) << x << ' ' << y;
+        }
+    }
+    std::vector<unsigned char> stripes(512 * 512);
+    for (std::size_t i = 0; i < stripes.size(); ++i) {
+        stripes[i] = i / 512 % 2 == 0 ? 0 : 255;
+    }
+    auto const spread = [&](math::TMatrix<double, 3, 4> const& view, int top, int bottom) {
+        Canvas canvas = MakeCanvas();
+        canvas.SetView(view, {0, 0, 64, 64});
+        canvas.State().texture = {stripes.data(), 512, 512, 512, Texture::Format::Grey8};
+        canvas.Quads(Vertices(ImageQuad(-90, -90, 90, 90)));
+        int most = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = 8; x < 56; ++x) {
+                most = std::max(most, std::abs(canvas.Read(x, y).g - 127));
+            }
+        }
+        return most;
+    };
+    auto const turned = Matrix({0.6, -0.8, 0, 32, 0.8, 0.6, 0, 32, 0, 0, 0, 1});
+    EXPECT_LT(spread(turned, 8, 56), 50) << "2.8 texels a pixel";
+    auto const distant = Matrix({32, 32, 0, 32 * 91, 0, 0, 0, 60, 0, 1, 0, 91});
+    EXPECT_LT(spread(distant, 3, 8), 50) << "3 to 19 texels a pixel";
+}
+
 TEST(Canvas, BilinearSamplingMeetsTheTexelsAtTheirCentres) {
     unsigned char const grey[2] = {0, 200};
     Canvas canvas = MakeCanvas(16, 1);

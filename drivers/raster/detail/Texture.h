@@ -108,8 +108,11 @@ public:
                 x.weight,
                 y.weight);
         } else {
-            return At(NearestTexel(u, m_texture.width), NearestTexel(v, m_texture.height));
+            return Nearest(u, v);
         }
+    }
+    Colour Nearest(double u, double v) const {
+        return At(NearestTexel(u, m_texture.width), NearestTexel(v, m_texture.height));
     }
 
 private:

@@ -23,7 +23,17 @@ constexpr int RunLength = 64;
 template <int N>
 struct Run {
     double values[N > 0 ? N : 1][RunLength];
+    double
+        scale[RunLength]; ///< what the values were multiplied by: distance in front of the camera
     float nearness[RunLength];
+};
+
+/// How much a texture's coordinates grow from pixel to pixel.
+struct Footprint {
+    double acrossX;
+    double acrossY;
+    double downX;
+    double downY;
 };
 
 /// The N values of a triangle, and 1 / distance when Perspective, in which case the values have
@@ -57,18 +67,35 @@ public:
     }
     /// The values at those pixels.
     void Values(int x, int count, Run<N>& run) const {
-        double scale[RunLength];
         for (int k = 0; k < count; ++k) {
-            scale[k] = 1;
+            run.scale[k] = 1;
             if constexpr (Perspective) {
-                scale[k] = 1 / (m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
+                run.scale[k] = 1 / (m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
             }
         }
         for (int i = 0; i < N; ++i) {
             for (int k = 0; k < count; ++k) {
                 double const value = m_row[i] + (x + k + 0.5 - m_x) * m_slopes[i].perX;
-                run.values[i][k] = Perspective ? value * scale[k] : value;
+                run.values[i][k] = Perspective ? value * run.scale[k] : value;
             }
+        }
+    }
+
+    /// How the first two of the values grow at pixel k of the run.
+    Footprint FootprintAt(Run<N> const& run, int k) const {
+        if constexpr (Perspective) {
+            // Of values * (1 / distance) divided by (1 / distance), by the quotient rule.
+            auto const grow = [&](int i, double Slope::*per) {
+                double const own = m_slopes[i].*per - run.values[i][k] * m_slopes[N].*per;
+                return own * run.scale[k];
+            };
+            return {
+                grow(0, &Slope::perX),
+                grow(1, &Slope::perX),
+                grow(0, &Slope::perY),
+                grow(1, &Slope::perY)};
+        } else {
+            return {m_slopes[0].perX, m_slopes[1].perX, m_slopes[0].perY, m_slopes[1].perY};
         }
     }
 
@@ -98,7 +125,8 @@ private:
 };
 
 /// Fills one projected triangle. The shader says how many values a vertex has (Values), and draws
-/// neighbouring pixels with Fill() when there are none, one pixel with Put() otherwise.
+/// neighbouring pixels with Fill() when there are none, one pixel with Put() otherwise, which may
+/// ask for a footprint in the first two of them (HasFootprint).
 template <bool Perspective, bool Depth, class Shader>
 void FillTriangle(
     Target const& target,
@@ -132,7 +160,11 @@ void FillTriangle(
                     values.Values(x, count, run);
                     for (int k = 0; k < count; ++k) {
                         if (!Depth || IsSeen(target.NearnessAt(x, y)[k], run.nearness[k])) {
-                            shader.Put(pixels[k], run, k);
+                            if constexpr (Shader::HasFootprint) {
+                                shader.Put(pixels[k], run, k, values.FootprintAt(run, k));
+                            } else {
+                                shader.Put(pixels[k], run, k);
+                            }
                         }
                     }
                 }
