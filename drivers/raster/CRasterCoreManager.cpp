@@ -581,9 +581,7 @@ bool CRasterCoreManager::GetImage(cimage::CImage& image) {
     auto const width = static_cast<unsigned>(m_canvas.Width());
     auto const height = static_cast<unsigned>(m_canvas.Height());
     if (auto* rgb = dynamic_cast<cimage::TImage<RGB>*>(&image)) {
-        if (rgb->Width() != width || rgb->Height() != height) {
-            rgb->Resize(width, height);
-        }
+        rgb->ResizeToOverwrite(width, height);
         m_canvas.CopyTo((*rgb)[0], rgb->Stride());
         return true;
     }

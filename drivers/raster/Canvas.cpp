@@ -1,5 +1,6 @@
 #include "drivers/raster/Canvas.h"
 
+#include "cimage/Conversion.h"
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Cover.h"
 #include "drivers/raster/detail/View.h"
@@ -17,6 +18,7 @@ void Canvas::Resize(int width, int height) {
     }
     auto const w = static_cast<std::size_t>(width);
     m_pixels.assign(w * static_cast<std::size_t>(height), Colour(0, 0, 0, 255));
+    m_clearing = false;
     m_nearness = {};
     m_width = width;
     m_height = height;
@@ -24,8 +26,22 @@ void Canvas::Resize(int width, int height) {
 }
 
 void Canvas::Clear(Colour colour) {
-    FillRow(m_pixels.data(), static_cast<std::ptrdiff_t>(m_pixels.size()), Opaque(colour));
+    m_clearing = true;
+    m_clearColour = Opaque(colour);
     std::fill(m_nearness.begin(), m_nearness.end(), 0.0F);
+}
+
+/// Clears now if that is to be done, but for whole rows that are about to be written over.
+void Canvas::ClearExcept(math::Rect2<int> const& overwritten) const {
+    if (!m_clearing) {
+        return;
+    }
+    m_clearing = false;
+    bool const rows = overwritten.left == 0 && overwritten.right == m_width;
+    std::size_t const from = rows ? RowStart(overwritten.top) : 0;
+    std::size_t const to = rows ? std::max(from, RowStart(overwritten.bottom)) : 0;
+    FillRow(m_pixels.data(), static_cast<std::ptrdiff_t>(from), m_clearColour);
+    FillRow(m_pixels.data() + to, static_cast<std::ptrdiff_t>(m_pixels.size() - to), m_clearColour);
 }
 
 void Canvas::ClearDepth(math::Rect2<int> const& area) {
@@ -53,6 +69,7 @@ void Canvas::SetPixelView() {
 }
 
 Target Canvas::MakeTarget() {
+    ClearExcept({});
     if (TestsDepth() && m_nearness.empty()) {
         m_nearness.assign(m_pixels.size(), 0.0F);
     }
@@ -127,14 +144,11 @@ void Canvas::CopyTo(cimage::TRGBA<unsigned char>* out, std::size_t strideBytes) 
 
 void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) const {
     auto* bytes = reinterpret_cast<unsigned char*>(out);
+    cimage::RowConverter const convert = cimage::FindRowConverter(
+        cimage::PixelTypeNumber<Colour>::value,
+        cimage::PixelTypeNumber<cimage::TRGB<unsigned char>>::value);
     for (int y = 0; y < m_height; ++y, bytes += strideBytes) {
-        auto const* from = reinterpret_cast<unsigned char const*>(Row(y));
-        auto const width = static_cast<std::size_t>(m_width);
-        for (std::size_t x = 0; x < width; ++x) {
-            bytes[x * 3] = from[x * 4];
-            bytes[x * 3 + 1] = from[x * 4 + 1];
-            bytes[x * 3 + 2] = from[x * 4 + 2];
-        }
+        convert(Row(y), bytes, static_cast<unsigned>(m_width));
     }
 }
 

@@ -144,8 +144,14 @@ public:
         math::Point2<double>& texture);
 
     /// Row y from its first pixel, 0 <= y < Height().
-    Colour* Row(int y) { return m_pixels.data() + RowStart(y); }
-    Colour const* Row(int y) const { return m_pixels.data() + RowStart(y); }
+    Colour* Row(int y) {
+        ClearExcept({});
+        return m_pixels.data() + RowStart(y);
+    }
+    Colour const* Row(int y) const {
+        ClearExcept({});
+        return m_pixels.data() + RowStart(y);
+    }
     /// One pixel, all zero outside the picture.
     Colour Read(int x, int y) const;
     /// Copies the picture to rows that are strideBytes apart.
@@ -156,12 +162,16 @@ private:
     std::size_t RowStart(int y) const {
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width);
     }
+    void ClearExcept(math::Rect2<int> const& overwritten) const;
     detail::Target MakeTarget();
     detail::View MakeView() const;
 
     int m_width = 0;
     int m_height = 0;
-    std::vector<Colour> m_pixels;
+    // Clearing waits until the picture is drawn into or read: mostly an image covers all of it.
+    mutable std::vector<Colour> m_pixels;
+    mutable bool m_clearing = false;
+    Colour m_clearColour;
     std::vector<float> m_nearness; // 1 / distance a pixel; empty until the first depth test
     math::TMatrix<double, 3, 4> m_worldToPixel = math::TMatrix<double, 3, 4>::Identity();
     bool m_affine = false;

@@ -13,11 +13,44 @@ bool IsUpright(Vertex<2> const& a, Vertex<2> const& b, Vertex<2> const& c, Verte
            c.a[1] == d.a[1] && b.a[0] == c.a[0] && d.a[0] == a.a[0];
 }
 
+/// How an upright quad lies: the axes, and the pixels inside the clip.
+struct Placing {
+    ImageAxis across;
+    ImageAxis down;
+    math::Rect2<int> area;
+};
+
 int FirstPixel(ImageAxis const& axis, int lo, int hi) {
     return FirstCentre(std::min(axis.pixelFrom, axis.pixelTo), lo, hi);
 }
 int EndPixel(ImageAxis const& axis, int lo, int hi) {
     return FirstCentre(std::max(axis.pixelFrom, axis.pixelTo), lo, hi);
+}
+
+bool Place(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4], Placing& placing) {
+    int first = 0;
+    if (!IsUpright(corners[0], corners[1], corners[2], corners[3])) {
+        if (!IsUpright(corners[1], corners[2], corners[3], corners[0])) {
+            return false;
+        }
+        first = 1;
+    }
+    Vertex<2> const& a = corners[first];
+    Vertex<2> const& b = corners[first + 1];
+    Vertex<2> const& c = corners[first + 2];
+    for (double const v : {a.x, b.x, b.y, c.y, a.a[0], b.a[0], b.a[1], c.a[1]}) {
+        if (!IsFinite(v)) {
+            return false;
+        }
+    }
+    placing.across = {a.x, b.x, a.a[0], b.a[0]};
+    placing.down = {b.y, c.y, b.a[1], c.a[1]};
+    placing.area = {
+        FirstPixel(placing.across, clip.left, clip.right),
+        FirstPixel(placing.down, clip.top, clip.bottom),
+        EndPixel(placing.across, clip.left, clip.right),
+        EndPixel(placing.down, clip.top, clip.bottom)};
+    return true;
 }
 
 bool LeavesTexelsAsTheyAre(DrawState const& state) {
@@ -79,35 +112,24 @@ void DrawRows(
 
 } // namespace
 
+math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4]) {
+    Placing placing;
+    return Place(clip, corners, placing) ? placing.area : math::Rect2<int>();
+}
+
 bool DrawUprightImage(
     Target const& target,
     DrawState const& state,
     Vertex<2> const (&corners)[4],
     ImageScratch& scratch) {
-    int first = 0;
-    if (!IsUpright(corners[0], corners[1], corners[2], corners[3])) {
-        if (!IsUpright(corners[1], corners[2], corners[3], corners[0])) {
-            return false;
-        }
-        first = 1;
+    Placing placing;
+    if (!Place(target.clip, corners, placing)) {
+        return false;
     }
-    Vertex<2> const& a = corners[first];
-    Vertex<2> const& b = corners[first + 1];
-    Vertex<2> const& c = corners[first + 2];
-    for (double const v : {a.x, b.x, b.y, c.y, a.a[0], b.a[0], b.a[1], c.a[1]}) {
-        if (!IsFinite(v)) {
-            return false;
-        }
-    }
-    ImageAxis const across{a.x, b.x, a.a[0], b.a[0]};
-    ImageAxis const down{b.y, c.y, b.a[1], c.a[1]};
-    math::Rect2<int> const& clip = target.clip;
-    int const left = FirstPixel(across, clip.left, clip.right);
-    int const right = EndPixel(across, clip.left, clip.right);
-    int const top = FirstPixel(down, clip.top, clip.bottom);
-    int const bottom = EndPixel(down, clip.top, clip.bottom);
+    auto const& [left, top, right, bottom] = placing.area;
     if (left < right && top < bottom) {
-        scratch.image.Prepare(state.texture, state.bilinear, across, down, left, right);
+        scratch.image.Prepare(
+            state.texture, state.bilinear, placing.across, placing.down, left, right);
         DrawRows(target, state, scratch.image, left, top, bottom, scratch);
     }
     return true;

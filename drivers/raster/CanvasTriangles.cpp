@@ -219,6 +219,13 @@ void Canvas::Quads(VertexArray const& vertices) {
                 corners[i] = LoadVertex(shader, reader, vertices, first + i);
             }
         };
+        if constexpr (affine && Shader::Values == 2) {
+            if (!m_state.blend && vertices.count >= 4) {
+                Corners first;
+                load(0, first);
+                ClearExcept(UprightArea(m_clip, first));
+            }
+        }
         InBands(PixelsOf(vertices, 4), [&](Target const& target, Scratch& scratch) {
             (void)scratch; // only textures on upright quads need it
             Corners corners;

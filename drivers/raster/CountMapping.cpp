@@ -170,7 +170,9 @@ void Colours(
 
 template <class P>
 boost::shared_ptr<CImage> Make(CImage const& size) {
-    return boost::make_shared<cimage::TImage<P>>(size.Width(), size.Height());
+    auto const image = boost::make_shared<cimage::TImage<P>>();
+    image->ResizeToOverwrite(size.Width(), size.Height());
+    return image;
 }
 
 /// An image of 8-bit counts: a mosaic where the image is one.

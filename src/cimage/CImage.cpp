@@ -16,7 +16,7 @@ namespace cimage {
 namespace {
 
 constexpr std::size_t RowAlignment = 16;
-static_assert(alignof(std::max_align_t) >= RowAlignment, "calloc must align the first row");
+static_assert(alignof(std::max_align_t) >= RowAlignment, "the first row must be aligned");
 
 std::size_t RowStride(std::size_t bytesPerPixel, unsigned width) {
     // width * bytesPerPixel fits 64 bits: one is 32 bits wide and the other is a few bytes.
@@ -28,7 +28,7 @@ std::size_t RowStride(std::size_t bytesPerPixel, unsigned width) {
     return static_cast<std::size_t>(stride);
 }
 
-unsigned char* AllocateZeroed(std::size_t stride, unsigned width, unsigned height) {
+unsigned char* Allocate(std::size_t stride, unsigned width, unsigned height, bool zeroed) {
     if (stride == 0 || height == 0) {
         return nullptr;
     }
@@ -38,7 +38,7 @@ unsigned char* AllocateZeroed(std::size_t stride, unsigned width, unsigned heigh
             " pixels is too large");
     }
     // calloc hands out fresh pages of a large image without writing them.
-    void* const bytes = std::calloc(height, stride);
+    void* const bytes = zeroed ? std::calloc(height, stride) : std::malloc(height * stride);
     if (bytes == nullptr) {
         throw std::bad_alloc();
     }
@@ -66,8 +66,8 @@ CImage::CImage(unsigned type, std::size_t bytesPerPixel, unsigned width, unsigne
     Resize(width, height);
 }
 
-CImage::CImage(CImage const& other)
-    : CImage(other.m_type, other.m_bytesPerPixel, other.m_width, other.m_height) {
+CImage::CImage(CImage const& other) : m_type(other.m_type), m_bytesPerPixel(other.m_bytesPerPixel) {
+    ResizeToOverwrite(other.m_width, other.m_height);
     if (m_bytes) {
         std::memcpy(m_bytes.get(), other.m_bytes.get(), m_stride * m_height);
     }
@@ -89,10 +89,7 @@ CImage& CImage::operator=(CImage const& other) {
     auto metadata = other.m_metadata
                         ? std::make_unique<boost::property_tree::ptree>(*other.m_metadata)
                         : nullptr;
-    // One frame follows another of the same size: the buffer is used again.
-    if (m_width != other.m_width || m_height != other.m_height) {
-        Resize(other.m_width, other.m_height);
-    }
+    ResizeToOverwrite(other.m_width, other.m_height);
     if (m_bytes) {
         std::memcpy(m_bytes.get(), other.m_bytes.get(), m_stride * m_height);
     }
@@ -110,8 +107,19 @@ CImage& CImage::operator=(CImage&& other) {
 }
 
 void CImage::Resize(unsigned width, unsigned height) {
+    Replace(width, height, true);
+}
+
+void CImage::ResizeToOverwrite(unsigned width, unsigned height) {
+    // One frame follows another of the same size: the buffer is used again.
+    if (m_width != width || m_height != height) {
+        Replace(width, height, false);
+    }
+}
+
+void CImage::Replace(unsigned width, unsigned height, bool zeroed) {
     std::size_t const stride = RowStride(m_bytesPerPixel, width);
-    m_bytes.reset(AllocateZeroed(stride, width, height));
+    m_bytes.reset(Allocate(stride, width, height, zeroed));
     m_width = width;
     m_height = height;
     m_stride = stride;

@@ -41,6 +41,9 @@ public:
     /// Replaces the pixels by width x height zeroed ones; keeps type and metadata. Throws
     /// std::length_error, and changes nothing, when the size does not fit the address space.
     void Resize(unsigned width, unsigned height);
+    /// As Resize, for a caller who writes every pixel: they hold anything until then. Pixels of the
+    /// same size already stay.
+    void ResizeToOverwrite(unsigned width, unsigned height);
 
     /// First byte of row y (0 is the top row), y < Height().
     unsigned char const* Bytes(unsigned y = 0) const { return m_bytes.get() + y * m_stride; }
@@ -71,6 +74,7 @@ private:
         void operator()(unsigned char* bytes) const;
     };
 
+    void Replace(unsigned width, unsigned height, bool zeroed);
     /// Moves pixels and metadata of an image of the same type here; leaves it empty.
     void Take(CImage& other) noexcept;
 

@@ -169,6 +169,41 @@ WidenPixels(unsigned char const* source, unsigned char* destination, std::size_t
     return x;
 }
 
+/// The way back, so long as sixteen bytes may be written.
+template <class S>
+inline __attribute__((always_inline)) std::size_t
+NarrowPixels(unsigned char const* source, unsigned char* destination, std::size_t width) {
+    using Bytes = unsigned char __attribute__((vector_size(16)));
+    constexpr int r = offsetof(S, r);
+    constexpr int b = offsetof(S, b);
+    std::size_t x = 0;
+    for (; x + 6 <= width; x += 4) {
+        Bytes bytes;
+        std::memcpy(&bytes, source + 4 * x, sizeof(bytes));
+        bytes = __builtin_shufflevector(
+            bytes,
+            bytes,
+            r,
+            1,
+            b,
+            r + 4,
+            5,
+            b + 4,
+            r + 8,
+            9,
+            b + 8,
+            r + 12,
+            13,
+            b + 12,
+            0,
+            0,
+            0,
+            0); // written over by the next pixels
+        std::memcpy(destination + 3 * x, &bytes, sizeof(bytes));
+    }
+    return x;
+}
+
 template <class S, class D>
 CIMAGE_CLONES void
 ConvertRow(void const* __restrict source, void* __restrict destination, unsigned width) {
@@ -180,6 +215,12 @@ ConvertRow(void const* __restrict source, void* __restrict destination, unsigned
         std::size_t x = 0;
         if constexpr (IsX86 && std::is_same<S, TRGB<uint8_t>>::value && sizeof(D) == 4) {
             x = WidenPixels<D>(
+                static_cast<unsigned char const*>(source),
+                static_cast<unsigned char*>(destination),
+                width);
+        }
+        if constexpr (IsX86 && std::is_same<D, TRGB<uint8_t>>::value && sizeof(S) == 4) {
+            x = NarrowPixels<S>(
                 static_cast<unsigned char const*>(source),
                 static_cast<unsigned char*>(destination),
                 width);
@@ -382,9 +423,7 @@ void ConvertAs(unsigned sourceType, CImage const& source, CImage& destination) {
         }
         return;
     }
-    if (destination.Width() != source.Width() || destination.Height() != source.Height()) {
-        destination.Resize(source.Width(), source.Height());
-    }
+    destination.ResizeToOverwrite(source.Width(), source.Height());
     if (source.Empty()) {
         return;
     }

@@ -6,6 +6,10 @@
 #include <algorithm>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace drivers::raster::detail {
 
 namespace {
@@ -62,14 +66,53 @@ RASTER_CLONES void BlendColumns(
     }
 }
 
-/// Between two such rows, rounded to whole counts; weight of the lower one in 256ths.
-RASTER_CLONES void BlendRows(
+#ifdef __SSE2__
+/// The pixels of BlendRows() sixteen channels at a time: this vector unit multiplies pairs of
+/// signed 16-bit numbers and adds the products, which compilers do not find. @return the channels
+/// done
+std::size_t BlendRowsInPairs(
     std::uint16_t const* __restrict upper,
     std::uint16_t const* __restrict lower,
     std::uint32_t weight,
     std::size_t count,
     unsigned char* __restrict out) {
-    for (std::size_t i = 0; i < count; ++i) {
+    auto const load = [](std::uint16_t const* from) {
+        // Below zero by half the range, to be signed.
+        __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(from));
+        return _mm_xor_si128(bytes, _mm_set1_epi16(-32768));
+    };
+    __m128i const weights = _mm_set1_epi32(static_cast<int>((256 - weight) | weight << 16));
+    __m128i const half = _mm_set1_epi32(32768 * 256 + 32768);
+    auto const blend = [&](__m128i pairs) {
+        return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, weights), half), 16);
+    };
+    auto const eight = [&](std::size_t i) {
+        __m128i const a = load(upper + i);
+        __m128i const b = load(lower + i);
+        return _mm_packs_epi32(blend(_mm_unpacklo_epi16(a, b)), blend(_mm_unpackhi_epi16(a, b)));
+    };
+    std::size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        __m128i const bytes = _mm_packus_epi16(eight(i), eight(i + 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), bytes);
+    }
+    return i;
+}
+#else
+std::size_t BlendRowsInPairs(
+    std::uint16_t const*, std::uint16_t const*, std::uint32_t, std::size_t, unsigned char*) {
+    return 0;
+}
+#endif
+
+/// Between two such rows, rounded to whole counts; weight of the lower one in 256ths.
+void BlendRows(
+    std::uint16_t const* __restrict upper,
+    std::uint16_t const* __restrict lower,
+    std::uint32_t weight,
+    std::size_t count,
+    unsigned char* __restrict out) {
+    for (std::size_t i = BlendRowsInPairs(upper, lower, weight, count, out); i < count; ++i) {
         out[i] = static_cast<unsigned char>(
             (upper[i] * (256 - weight) + lower[i] * weight + 32768) >> 16);
     }

@@ -16,6 +16,9 @@ struct ImageScratch {
     std::vector<Colour> row;
 };
 
+/// The pixels that DrawUprightImage() would draw; empty also when the quad is not of that kind.
+math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4]);
+
 /// Draws a textured quad without perspective whose sides are rows and columns, row by row; one to
 /// one it is a copy. The corners' values are texture coordinates in texels.
 /// @return false, with nothing drawn, when the quad is not of that kind

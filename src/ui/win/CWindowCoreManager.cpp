@@ -6,6 +6,7 @@
 #include <boost/current_function.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace ui::win {
 
@@ -223,17 +224,21 @@ void CWindowCoreManager::OnPost() {
     }
 }
 
-boost::shared_ptr<CImageRGB> CWindowCoreManager::GrabFrame() {
-    auto const image = boost::make_shared<CImageRGB>(m_width, m_height);
-    return GetImage(*image) ? image : boost::shared_ptr<CImageRGB>();
+boost::shared_ptr<CImageRGB> CWindowCoreManager::GrabFrame(boost::shared_ptr<CImageRGB> buffer) {
+    if (!buffer || buffer->Width() != m_width || buffer->Height() != m_height) {
+        buffer = boost::make_shared<CImageRGB>(m_width, m_height);
+    }
+    return GetImage(*buffer) ? buffer : boost::shared_ptr<CImageRGB>();
 }
 
 void CWindowCoreManager::NotifyBufferReady(bool ready) {
     bool const dump = (m_flags & StateDumpFrames) != 0;
+    // Taken out meanwhile: a subscriber may cause a frame of its own.
+    boost::shared_ptr<CImageRGB> image = std::exchange(m_delivered, {});
     if (!ready || (!dump && m_expose.empty())) {
         return;
     }
-    boost::shared_ptr<CImageRGB> const image = GrabFrame();
+    image = GrabFrame(std::move(image));
     if (!image) {
         return;
     }
@@ -241,6 +246,7 @@ void CWindowCoreManager::NotifyBufferReady(bool ready) {
     if ((m_flags & StateDumpFrames) != 0) {
         SaveImageOnDisk(*image, "");
     }
+    m_delivered = std::move(image);
 }
 
 bool CWindowCoreManager::DumpImage(std::string const& name) {

@@ -197,7 +197,7 @@ protected:
 
 private:
     /// Reads the last frame back. @return null when the driver has none
-    boost::shared_ptr<CImageRGB> GrabFrame();
+    boost::shared_ptr<CImageRGB> GrabFrame(boost::shared_ptr<CImageRGB> buffer = {});
     std::string WindowKey() const;
     std::string NextDumpName();
 
@@ -214,6 +214,7 @@ private:
     std::unique_ptr<CDrawerList> m_nextLayers; // to be taken over after the walk
     bool m_releasingCapture = false;
     ExposeSignal m_expose;
+    boost::shared_ptr<CImageRGB> m_delivered; // the last frame of subscribers, for the next one
     boost::function<void(CWindowCoreManager*)> m_onDestroy;
     boost::mutex m_eventLock;
     boost::condition_variable_any m_eventSignal;

@@ -32,7 +32,7 @@ struct DrawCastAndConvert {
 
     static boost::shared_ptr<cimage::CImage const>
     ConvertObject(boost::shared_ptr<cimage::CImage const> const& image) {
-        auto const converted = boost::make_shared<D>(image->Width(), image->Height());
+        auto const converted = boost::make_shared<D>();
         // What operator>> does from M, without pretending that the object is an M.
         cimage::ConvertAs(M::StaticType, *image, *converted);
         return converted;
