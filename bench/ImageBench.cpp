@@ -15,9 +15,12 @@
 #include <opencv2/imgproc.hpp>
 #endif
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -226,18 +229,24 @@ void ConvertPair(benchmark::State& state, Pair const& pair) {
 
 // ---- dumps
 
-std::string const& OutputFolder() {
-    static std::string const folder = [] {
-        char name[] = "/tmp/quarn_bench_XXXXXX";
-        char const* const made = ::mkdtemp(name);
-        return std::string(made != nullptr ? made : ".");
-    }();
-    return folder;
-}
+/// A folder of this run, gone with it.
+struct OutputFolder {
+    OutputFolder()
+        : path(
+              std::filesystem::temp_directory_path() /
+              ("quarn_bench_" + std::to_string(::getpid()))) {
+        std::filesystem::create_directories(path);
+    }
+    ~OutputFolder() { std::filesystem::remove_all(path); }
+    OutputFolder(OutputFolder const&) = delete;
+    OutputFolder& operator=(OutputFolder const&) = delete;
+
+    std::filesystem::path path;
+};
 
 struct Output {
-    explicit Output(std::string const& name) : path(OutputFolder() + "/" + name) {}
-    ~Output() { std::remove(path.c_str()); }
+    explicit Output(std::string const& name) : path((folder.path / name).string()) {}
+    OutputFolder folder;
     std::string path;
 };
 
