@@ -83,6 +83,8 @@ void DrawRows(
     ImageScratch& scratch) {
     std::size_t const count = image.Count();
     bool const asTheyAre = LeavesTexelsAsTheyAre(state);
+    bool const hasAlpha = state.texture.format == Texture::Format::RGBA8 ||
+                          state.texture.format == Texture::Format::BGRA8;
     scratch.row.resize(std::max(scratch.row.size(), count));
     ImageRows::Begin(scratch.rows);
     for (int y = top; y < bottom; ++y) {
@@ -106,7 +108,9 @@ void DrawRows(
         if (!asTheyAre) {
             std::copy_n(row, count, out);
         }
-        MakeOpaque(out, count);
+        if (!asTheyAre || hasAlpha) {
+            MakeOpaque(out, count);
+        }
     }
 }
 
