@@ -48,6 +48,12 @@ void RenderThread::Call(RenderClient const* client, boost::function<void()> cons
 void RenderThread::Enqueue(Client const& client, Entry entry) {
     {
         Lock const lock(m_mutex);
+        if (!m_thread.joinable()) {
+            // The thread shares this object: it may outlive its last window's destruction. It waits
+            // for the lock before it looks at anything.
+            m_thread = boost::thread([self = shared_from_this()] { self->Run(); });
+            m_threadId = m_thread.get_id();
+        }
         auto const known = std::find_if(m_clients.begin(), m_clients.end(), [&](Client const& c) {
             return c.key == client.key;
         });
@@ -56,12 +62,8 @@ void RenderThread::Enqueue(Client const& client, Entry entry) {
         } else if (!entry.isCall) {
             *known = client;
         }
+        entry.number = ++m_queuedCount;
         m_queue.push_back(std::move(entry));
-        if (!m_thread.joinable()) {
-            // The thread shares this object: it may outlive its last window's destruction.
-            m_thread = boost::thread([self = shared_from_this()] { self->Run(); });
-            m_threadId = m_thread.get_id();
-        }
     }
     Wake();
 }
@@ -110,12 +112,17 @@ void RenderThread::Rest(RenderClient const* client) {
             m_batchEnded.wait(lock);
         }
     };
-    while (std::any_of(m_queue.begin(), m_queue.end(), isMine)) {
+    // Not for what others go on to queue meanwhile.
+    std::uint64_t const last = m_queuedCount;
+    auto const isDue = [&](Entry const& entry) { return isMine(entry) && entry.number <= last; };
+    while (std::any_of(m_queue.begin(), m_queue.end(), isDue)) {
         m_batchEnded.wait(lock);
     }
     endBatch(); // it draws what its commands asked for
-    for (Client& entry : m_clients) {
-        entry.resting = entry.resting || isMine(entry);
+    if (std::none_of(m_queue.begin(), m_queue.end(), isMine)) {
+        for (Client& entry : m_clients) {
+            entry.resting = entry.resting || isMine(entry);
+        }
     }
     endBatch(); // one that has begun meanwhile may still hold the window; those after it will not
 }

@@ -41,6 +41,7 @@ public:
     RenderThread& operator=(RenderThread const&) = delete;
 
     /// Queues a command for a window; the first one starts the thread. Any thread.
+    /// @throw boost::thread_resource_error where no thread can be started; nothing is queued then
     void Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command);
 
     /// Runs a function on the thread, after what is queued, and waits for it; what it throws is
@@ -54,9 +55,9 @@ public:
     /// @return the window's commands that were not executed, in order, for the caller to see to
     std::vector<ui::win::SPCommand> Retire(RenderClient const* client);
 
-    /// Waits until everything that was queued for a window is executed and drawn. Then the thread
-    /// leaves the window alone, its timers too, until the next command for it. Returns at once on
-    /// the thread itself.
+    /// Waits until everything that was queued for a window before is executed and drawn. Then the
+    /// thread leaves the window alone, its timers too, unless or until there is another command for
+    /// it. Returns at once on the thread itself.
     void Rest(RenderClient const* client);
 
     /// True on the thread itself.
@@ -82,7 +83,8 @@ private:
         RenderClient const* key; // tells windows apart that cannot be locked any more
         boost::weak_ptr<RenderClient> client;
         ui::win::SPCommand command;
-        bool isCall = false; // the thread's own to execute
+        bool isCall = false;      // the thread's own to execute
+        std::uint64_t number = 0; // ascending in the order of coming
     };
     struct Client {
         RenderClient const* key;
@@ -103,6 +105,7 @@ private:
     boost::condition_variable m_batchEnded;
     // All guarded by m_mutex.
     std::deque<Entry> m_queue;
+    std::uint64_t m_queuedCount = 0;
     std::deque<Entry> m_orphans; // came to their turn after the last reference to the window went
     std::vector<Client> m_clients;
     bool m_woken = false;
