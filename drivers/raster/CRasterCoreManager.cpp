@@ -456,6 +456,9 @@ bool CRasterCoreManager::SetPointSize(float size) {
 }
 
 void CRasterCoreManager::RunExtension(char const* name) {
+    if (name == nullptr) {
+        return;
+    }
     if (std::strcmp(name, "soft-image") == 0) {
         m_canvas.State().bilinear = true;
     } else if (std::strcmp(name, "no-soft-image") == 0) {

@@ -4,6 +4,7 @@
 
 #include <boost/functional/factory.hpp>
 
+#include <stdexcept>
 #include <string>
 
 namespace kiv {
@@ -19,6 +20,16 @@ public:
     explicit ObjectRegistrar(std::string const& name) {
         using Creator = typename FactoryType::creator_type;
         Singleton<FactoryType>::Instance()->Register(name, Creator(boost::factory<T*>()));
+    }
+    /// @throw std::logic_error for a null pointer, in the same words with every standard library
+    explicit ObjectRegistrar(char const* name) : ObjectRegistrar(Name(name)) {}
+
+private:
+    static std::string Name(char const* name) {
+        if (name == nullptr) {
+            throw std::logic_error("basic_string::_M_construct null not valid");
+        }
+        return name;
     }
 };
 

@@ -43,20 +43,23 @@ CreationParams MakeParams(
 
 using SPManager = boost::shared_ptr<CWindowCoreManager>;
 
-/// @return null, with the reason, when the driver is not there or no display answers
-SPManager TryDriver(std::string const& driver, CreationParams const& params, std::string& reason) {
+struct Trial {
+    SPManager backend;  ///< null when the driver is not there or no display answers
+    std::string reason; ///< why there is no backend
+    bool found = true;  ///< the driver is there
+};
+
+Trial TryDriver(std::string const& driver, CreationParams const& params) {
     DriverCreator const creator = FindDriver(driver);
     if (!creator) {
-        reason = "there is no driver '" + driver + "'";
-        return {};
+        return {{}, "there is no driver '" + driver + "'", false};
     }
     try {
         SPManager const backend(creator(params));
         backend->SetDriverName(driver);
-        return backend;
+        return {backend, {}};
     } catch (DriverUnavailable const& unavailable) {
-        reason = "driver '" + driver + "' is not available: " + unavailable.what();
-        return {};
+        return {{}, "driver '" + driver + "' is not available: " + unavailable.what()};
     }
 }
 
@@ -100,16 +103,16 @@ bool CWindow::ResetWindow(CreationParams const& params) {
 
 int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const& params) {
     bool const choose = driver == autoDriver;
-    std::string reason = "a display answers";
-    SPManager backend = TryDriver(choose ? "SDL" : driver, params, reason);
+    Trial trial = TryDriver(choose ? "SDL" : driver, params);
     if (choose) {
-        std::string const taken = backend ? "SDL" : "Offscreen";
-        kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, "Driver Auto takes " + taken + ": " + reason);
-        backend = backend ? backend : TryDriver(taken, params, reason);
+        std::string const taken =
+            trial.backend ? "SDL: a display answers" : "Offscreen: " + trial.reason;
+        kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, "Driver Auto takes " + taken);
+        trial = trial.backend ? trial : TryDriver("Offscreen", params);
     }
-    if (!backend) {
-        if (FindDriver(driver)) {
-            kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, "CWindow " + reason);
+    if (!trial.backend) {
+        if (trial.found) {
+            kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, "CWindow " + trial.reason);
         }
         kiv::Diagnose(
             "[EE]", BOOST_CURRENT_FUNCTION, "CWindow driver '" + driver + "' not found: ");
@@ -120,7 +123,7 @@ int CWindow::AllocateNewBackend(std::string const& driver, CreationParams const&
         kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, available);
         throw std::runtime_error("CWindow driver unknown. See list of available driver above");
     }
-    m_backends.push_back(backend);
+    m_backends.push_back(trial.backend);
     return static_cast<int>(m_backends.size()) - 1;
 }
 
@@ -172,7 +175,9 @@ std::pair<std::size_t, std::size_t> CWindow::Range(int index) const {
     if (index == -1) {
         return {0, m_backends.size()};
     }
-    BOOST_ASSERT(index >= 0 && static_cast<std::size_t>(index) < m_backends.size());
+    if (index < 0 || static_cast<std::size_t>(index) >= m_backends.size()) {
+        return {0, 0};
+    }
     auto const first = static_cast<std::size_t>(index);
     return {first, first + 1};
 }
@@ -197,7 +202,7 @@ std::string CWindow::GetConnectionString(int index) const {
 
 bool CWindow::SendCommand(SPCommand const& command, int index) {
     auto const [first, last] = Range(index);
-    bool accepted = true;
+    bool accepted = index == -1 || first != last; // a backend that is not there executes nothing
     // Each backend is kept: a command that is executed at once may reset the window.
     for (std::size_t i = first; i < last && i < m_backends.size(); ++i) {
         boost::shared_ptr<CWindowCoreManager> const backend = m_backends[i];

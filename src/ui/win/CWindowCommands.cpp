@@ -3,6 +3,7 @@
 #include "kiv/Diagnostics.h"
 
 #include <cstring>
+#include <optional>
 #include <type_traits>
 
 namespace ui::win {
@@ -17,7 +18,7 @@ void CWndCommand_SetWindowShape::Alloc(unsigned width, unsigned height) {
     m_stride = (width + 7U) & ~7U;
     m_height = height;
     // A byte a pixel although a row fills an eighth of it: drivers count on this size.
-    m_mask.reset(new unsigned char[static_cast<std::size_t>(m_stride) * height]);
+    m_mask.reset(new unsigned char[static_cast<std::size_t>(m_stride) * height]());
 }
 
 template <class P>
@@ -86,9 +87,11 @@ void CWndCommand_GetScreenGeometry::Execute(CWindowCoreManager* manager) {
 }
 
 void CWndCommand_GetColorUnderMouse::Execute(CWindowCoreManager* manager) {
-    cimage::TRGBA<unsigned char> colour;
-    if (manager->GetHighlightColor(&colour)) {
-        Answer([&] { *m_colour = colour; });
+    std::optional<cimage::TRGBA<unsigned char>> colour;
+    Answer([&] { colour = *m_colour; }); // a driver that cannot tell may leave it as it is
+    if (colour) {
+        manager->GetHighlightColor(&*colour);
+        Answer([&] { *m_colour = *colour; });
     }
 }
 

@@ -68,6 +68,7 @@ void CWindowCore::ResetDrawingState(boost::shared_ptr<CCamera> const& camera) {
     m_verticalAlign = AlignTop;
     m_theme = Theme();
     m_flags &= ~static_cast<std::uint32_t>(StateDepthBuffer);
+    setLastDrawnImageMetadata(nullptr);
 }
 
 bool CWindowCore::BindImage(SPImage const&) {

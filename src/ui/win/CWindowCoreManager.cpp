@@ -6,6 +6,7 @@
 #include <boost/current_function.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace ui::win {
@@ -42,9 +43,11 @@ CWindowCoreManager::CWindowCoreManager(CreationParams const& params) {
     m_width = m_requestedWidth = params.width;
     m_height = m_requestedHeight = params.height;
     m_outputFileFormat = defaultOutputFileFormat;
-    if (m_ini != nullptr) {
+    {
         boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
-        m_ini->Lookup("WIN OUTPUT FILE FORMAT", m_outputFileFormat);
+        if (m_ini != nullptr) {
+            m_ini->Lookup("WIN OUTPUT FILE FORMAT", m_outputFileFormat);
+        }
     }
     // Qualified: a driver's own view set-up cannot run before the driver is constructed.
     CWindowCore::SetViewPort(ViewPortCamera, nullptr, params.camera);
@@ -143,24 +146,17 @@ bool CWindowCoreManager::OnEvent(Event& event) {
     return InteractOrPush(event);
 }
 
-class CWindowCoreManager::LayerWalk {
-public:
-    explicit LayerWalk(CWindowCoreManager& manager) : m_manager(manager) {
-        ++m_manager.m_layerWalks;
-    }
-    ~LayerWalk() {
-        if (--m_manager.m_layerWalks == 0 && m_manager.m_nextLayers) {
-            m_manager.setLastDrawnImageMetadata(nullptr);
-            std::swap(m_manager.m_drawerList, *m_manager.m_nextLayers);
-            m_manager.m_nextLayers.reset();
-        }
-    }
-    LayerWalk(LayerWalk const&) = delete;
-    LayerWalk& operator=(LayerWalk const&) = delete;
+CWindowCoreManager::LayerWalk::LayerWalk(CWindowCoreManager& manager) : m_manager(manager) {
+    ++m_manager.m_layerWalks;
+}
 
-private:
-    CWindowCoreManager& m_manager;
-};
+CWindowCoreManager::LayerWalk::~LayerWalk() {
+    if (--m_manager.m_layerWalks == 0 && m_manager.m_nextLayers) {
+        m_manager.setLastDrawnImageMetadata(nullptr);
+        std::swap(m_manager.m_drawerList, *m_manager.m_nextLayers);
+        m_manager.m_nextLayers.reset();
+    }
+}
 
 bool CWindowCoreManager::InteractWithChild(Event& event) {
     LayerWalk const walk(*this);
@@ -174,6 +170,7 @@ void CWindowCoreManager::Draw() {
 }
 
 void CWindowCoreManager::DrawPlugins() {
+    std::exception_ptr failure;
     // By index: a plugin may insert or release plugins while it is drawn.
     for (std::size_t i = 0; i < m_plugins.size(); ++i) {
         if (m_plugins[i].enabled) {
@@ -182,8 +179,15 @@ void CWindowCoreManager::DrawPlugins() {
             SetViewPort(ViewPortPixels, &whole, boost::shared_ptr<CCamera>());
             SetTranslation(0, 0, false);
             SetBlend(BlendAlpha);
-            widget->Draw(this);
+            try {
+                widget->Draw(this);
+            } catch (...) {
+                failure = std::current_exception(); // the others are drawn all the same
+            }
         }
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 }
 
@@ -202,7 +206,8 @@ void CWindowCoreManager::Replace(CDrawerList const& layers) {
     }
     // The image that it belongs to may go with the old layers.
     setLastDrawnImageMetadata(nullptr);
-    m_drawerList = layers;
+    CDrawerList copy(layers); // assigning to the elements would keep their enabled and locked flags
+    std::swap(m_drawerList, copy);
 }
 
 void CWindowCoreManager::OnPre() {
@@ -242,11 +247,19 @@ void CWindowCoreManager::NotifyBufferReady(bool ready) {
     if (!image) {
         return;
     }
-    m_expose(*image);
+    std::exception_ptr failure;
+    try {
+        m_expose(*image);
+    } catch (...) {
+        failure = std::current_exception(); // a recording misses no frame for it
+    }
     if ((m_flags & StateDumpFrames) != 0) {
         SaveImageOnDisk(*image, "");
     }
     m_delivered = std::move(image);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
 }
 
 bool CWindowCoreManager::DumpImage(std::string const& name) {

@@ -202,7 +202,17 @@ private:
     std::string NextDumpName();
 
     /// Keeps the layers in place while they are walked: what replaces them meanwhile waits.
-    class LayerWalk;
+    /// Keeps the layers while they are walked through: what replaces them meanwhile waits.
+    class LayerWalk {
+    public:
+        explicit LayerWalk(CWindowCoreManager& manager);
+        ~LayerWalk();
+        LayerWalk(LayerWalk const&) = delete;
+        LayerWalk& operator=(LayerWalk const&) = delete;
+
+    private:
+        CWindowCoreManager& m_manager;
+    };
 
     std::string m_driverName;
     std::string m_outputFileFormat;

@@ -43,6 +43,7 @@ bool CWindowCoreManager::InteractOrPush(Event& event) {
 }
 
 bool CWindowCoreManager::Interact(Event& event) {
+    LayerWalk const walk(*this); // whatever has the capture may lie in a layer
     if (InteractWithPlugins(event)) {
         return true;
     }
@@ -129,14 +130,22 @@ void CWindowCoreManager::ReleaseCapture() {
         return; // the widget answers the news by letting go
     }
     m_releasingCapture = true;
+    auto const release = [this] {
+        m_capture = nullptr;
+        m_releasingCapture = false;
+    };
     if (m_capture != nullptr) {
         Event event;
         event.type = EventCaptureLost;
         event.enabled = 0;
-        m_capture->Interact(this, event);
+        try {
+            m_capture->Interact(this, event);
+        } catch (...) {
+            release();
+            throw;
+        }
     }
-    m_capture = nullptr;
-    m_releasingCapture = false;
+    release();
 }
 
 } // namespace ui::win

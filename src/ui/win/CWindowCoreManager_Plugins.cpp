@@ -3,9 +3,10 @@
 #include "ui/win/CWindowCoreManager.h"
 
 #include <boost/current_function.hpp>
-#include <boost/function/function_base.hpp>
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
 
 namespace ui::win {
 
@@ -22,6 +23,9 @@ boost::shared_ptr<CWidget> CreateWidget(std::string const& name, kiv::ini::INIFi
 
 CWindowCoreManager::Plugin*
 CWindowCoreManager::InsertPlugin(boost::shared_ptr<CWidget> widget, bool enabled) {
+    if (!widget) {
+        throw std::invalid_argument("a null pointer is no plugin");
+    }
     m_plugins.push_back({enabled, std::move(widget)});
     Plugin& plugin = m_plugins.back();
     kiv::Diagnose(
@@ -32,6 +36,7 @@ CWindowCoreManager::InsertPlugin(boost::shared_ptr<CWidget> widget, bool enabled
 }
 
 CWindowCoreManager::Plugin* CWindowCoreManager::InsertPlugin(std::string const& name) {
+    boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
     if (m_ini == nullptr) {
         return nullptr;
     }
@@ -40,7 +45,6 @@ CWindowCoreManager::Plugin* CWindowCoreManager::InsertPlugin(std::string const& 
         return existing;
     }
     try {
-        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
         kiv::ini::INIFile* const section = m_ini->Node(name);
         if (section == nullptr) {
             throw std::runtime_error("no configuration section can have this name");
@@ -57,10 +61,10 @@ CWindowCoreManager::Plugin* CWindowCoreManager::InsertPlugin(std::string const& 
 }
 
 bool CWindowCoreManager::PopulatePlugin() {
+    boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
     if (m_ini == nullptr) {
         return false;
     }
-    boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
     for (std::string const& name : kiv::Singleton<WidgetFactory>::Instance()->Names()) {
         kiv::ini::INIFile* const section = m_ini->Node(name);
         if (section == nullptr) {

@@ -27,6 +27,7 @@ std::string CWindowCoreManager::WindowKey() const {
 }
 
 bool CWindowCoreManager::SaveStatusOnDisk() {
+    boost::unique_lock<boost::recursive_mutex> lock(m_iniLock);
     if (m_ini == nullptr) {
         kiv::Diagnose("[EE]", BOOST_CURRENT_FUNCTION, "INI File not available");
         return false;
@@ -37,10 +38,8 @@ bool CWindowCoreManager::SaveStatusOnDisk() {
     if ((m_flags & StateFullScreen) != 0) {
         value << ",fullscreen";
     }
-    {
-        boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
-        m_ini->Set(WindowKey(), value.str());
-    }
+    m_ini->Set(WindowKey(), value.str());
+    lock.unlock();
     kiv::Diagnose("[II]", BOOST_CURRENT_FUNCTION, " Window status saved on disk : " + value.str());
     return true;
 }
@@ -48,13 +47,10 @@ bool CWindowCoreManager::SaveStatusOnDisk() {
 bool CWindowCoreManager::LoadStatusFromDisk(
     int& x, int& y, unsigned& width, unsigned& height, bool& fullScreen) {
     fullScreen = false;
-    if (m_ini == nullptr) {
-        return false;
-    }
     std::string value;
     {
         boost::lock_guard<boost::recursive_mutex> const lock(m_iniLock);
-        if (!m_ini->Lookup(WindowKey(), value)) {
+        if (m_ini == nullptr || !m_ini->Lookup(WindowKey(), value)) {
             return false;
         }
     }

@@ -4,6 +4,8 @@
 #include "ui/win/camera/CWindowCamera.h"
 #include "ui/win/camera/ViewMatrices.h"
 
+#include <cstdint>
+
 namespace ui::win {
 
 void CWindowLayer::SetViewPort(CWindowViewPort const& viewPort) {
@@ -46,8 +48,9 @@ bool CWindowLayer::Interact(CWindowCoreManager* manager, Event& event) const {
 
 void CWindowLayer::Locate(Event& event) const {
     math::Rect2<int> const& r = m_lastRectangle;
-    event.localX = static_cast<float>(event.screenX - r.left);
-    event.localY = static_cast<float>(event.screenY - r.top);
+    // In 64 bits: events without a position carry whatever their sender left there.
+    event.localX = static_cast<float>(std::int64_t{event.screenX} - r.left);
+    event.localY = static_cast<float>(std::int64_t{event.screenY} - r.top);
     event.deviceX = 2.0F * event.localX / static_cast<float>(r.Width()) - 1.0F;
     event.deviceY = 1.0F - 2.0F * event.localY / static_cast<float>(r.Height());
     math::TMatrix<double, 3, 3> const& m = m_lastInverse;

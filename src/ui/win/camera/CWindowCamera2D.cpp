@@ -274,8 +274,8 @@ void CCamera2D::SmoothZoom(CWindowCoreManager* manager, float zoom, float x, flo
         std::int32_t const before = MicrosecondsSince(start);
         manager->Refresh(true);
         elapsed = MicrosecondsSince(start);
-        if (elapsed + (elapsed - before) >= zoomMicroseconds) {
-            break; // the next frame would end after the animation's time
+        if (elapsed < 0 || elapsed + (elapsed - before) >= zoomMicroseconds) {
+            break; // the clock was set back, or the next frame would end after the animation's time
         }
     }
     show(zoom);
