@@ -19,7 +19,8 @@ namespace drivers::support {
 /// A frame: OnPre, BeginFrame, layers, plugins, FinishFrame, OnPost, Present, NotifyBufferReady.
 /// Refreshes that are queued together are all executed and drawn once, for the last one; they
 /// complete when that picture is there. An exception of a command, a drawable, a plugin or a
-/// subscriber is reported in a line, and the window goes on.
+/// subscriber is reported in a line, and the window goes on; a drawable's costs that frame the
+/// drawables and layers after it.
 ///
 /// The most derived class must call Shutdown() in its destructor.
 class CThreadedCoreManager : public ui::win::CWindowCoreManager, private RenderClient {
@@ -59,7 +60,8 @@ public:
     int PointerY() const { return m_pointerY; }
 
 protected:
-    /// @name What a driver supplies, called on the render thread
+    /// @name What a driver supplies, called on the render thread; by Shutdown(), for what was still
+    /// queued, on the thread that destroys the window
     /// @{
 
     /// Clears the picture and puts the drawing state back to its defaults; the base does the part

@@ -18,7 +18,8 @@
 
 namespace drivers::support {
 
-/// What a render thread serves: one window. Called on that thread only.
+/// What a render thread serves: one window. Called on that thread; by a window that goes, for what
+/// was left of its commands, on its own.
 class RenderClient {
 public:
     virtual ~RenderClient() = default;

@@ -74,12 +74,15 @@ public:
     /// @name Settings of the process, to be made before the first window
     /// @{
 
-    /// Default driver list: names separated by commas, not trimmed. "None" at first.
+    /// Default driver list: names separated by commas, not trimmed. "None" at first. "Auto" takes
+    /// "SDL" where a display answers, else "Offscreen", and says so in a line.
     static void setDriver(std::string const& drivers);
     static std::string getDriver();
-    /// Configuration of all windows, not owned. Takes the driver list from "GUI DRIVER", or "None".
+    /// Configuration of all windows, not owned. Takes the driver list from "GUI DRIVER", or "None";
+    /// the environment variable QUARN_DRIVER, when set, wins over both.
     static bool setINIFile(kiv::ini::INIFile* ini);
-    /// Directories of dumped files and of resources. @return the previous one
+    /// Directories of dumped files and of resources; not to be changed while a Dump() is under way.
+    /// @return the previous one
     static std::string setOutputPath(std::string const& path);
     static std::string setResourcePath(std::string const& path);
     /// @}
@@ -103,7 +106,8 @@ public:
     /// @name Plugins
     /// @{
 
-    /// Inserts one object into every backend, enabled. @return true
+    /// Inserts one object into every backend, enabled. With several backends their threads share
+    /// it: such a plugin must guard what it changes. @return true
     bool InsertPlugin(boost::shared_ptr<CWidget> const& widget);
     /// Creates a registered plugin by name in every backend. @return true
     bool AllocatePlugin(std::string const& name);
@@ -158,7 +162,8 @@ public:
     bool push(SPDrawingObject drawable) { return CurrentLayer().Push(std::move(drawable)); }
     /// @}
 
-    /// Hands copies of the layers to every backend. @param wait blocks until they were shown
+    /// Hands copies of the layers to every backend. @param wait blocks until they were shown, by
+    /// the first one to finish where there are several
     /// @return whether every backend accepted
     bool Refresh(bool wait = false);
     unsigned RefreshCount() const { return m_refreshCount; }
@@ -198,7 +203,9 @@ public:
     /// Not implemented: says so and returns false.
     bool SetRegionAction(
         double x0, double y0, double x1, double y1, CWindowEvents_ID kind, unsigned action);
-    /// Calls back, on the backend's thread, for every event of the kind inside the world rectangle.
+    /// Calls back, on the backend's thread, for events of the kind strictly inside the world
+    /// rectangle, and consumes them. Plugins, higher layers, the layer's camera and drawables
+    /// pushed before are asked first: layer 0's camera takes presses of the left and middle button.
     bool SetRegionCallback(
         double x0,
         double y0,

@@ -10,8 +10,8 @@ class CWindowCoreManager;
 
 /// One request to a window's backend, shared between the sender and the backend's queue.
 ///
-/// Created on the application thread; the backend's thread executes it once and then completes it,
-/// which wakes whoever waits in Suspend(). A waited-for command must never be sent from the
+/// Created on the application thread; each backend's thread executes it once and then completes
+/// it, which wakes whoever waits in Suspend(). A waited-for command must never be sent from the
 /// backend's own thread.
 class CWindowCommand : public kiv::thread::CSuspendable {
 public:

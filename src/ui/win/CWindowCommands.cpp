@@ -17,7 +17,8 @@ void CWndCommand_SetWindowShape::Alloc(unsigned width, unsigned height) {
     m_mask.reset();
     m_stride = (width + 7U) & ~7U;
     m_height = height;
-    // A byte a pixel although a row fills an eighth of it: drivers count on this size.
+    // A byte a pixel although the rows, packed, fill an eighth of it: the size is part of what
+    // drivers are promised.
     m_mask.reset(new unsigned char[static_cast<std::size_t>(m_stride) * height]());
 }
 

@@ -19,7 +19,7 @@
 
 namespace ui::win {
 
-/// A command that calls one operation of the manager with values it carries; nobody waits for it.
+/// A command that calls one operation of the manager with values it carries and answers nothing.
 template <auto Operation, class... Values>
 class CWndOperation : public CWindowCommand {
 public:
@@ -100,9 +100,9 @@ private:
 
 /// A command whose sender waits for an answer.
 ///
-/// Sent to several backends it is executed by each, on threads of their own: the first execution
-/// answers, and none writes once the sender has called Close(). So an answer may go straight into
-/// the sender's variables.
+/// Sent to several backends it is executed by each, on threads of their own: the first that
+/// can tell answers, and none writes once the sender has called Close(). So an answer may go
+/// straight into the sender's variables.
 class CWndQuery : public CWindowCommand {
 public:
     /// Ends the time in which answers are taken; the sender calls it before it goes on.

@@ -37,7 +37,8 @@ using CImageRGB = cimage::TImage<cimage::TRGB<unsigned char>>;
 /// Draws nothing and runs no thread. A driver derives from it, overrides what its window system
 /// can do and drives the refresh cycle (OnPre, Draw, plugins, OnPost, NotifyBufferReady).
 ///
-/// Threads: PushCommand, SetEventMask, WaitForEvent and FlushEvent may be called from any thread.
+/// Threads: PushCommand, Drain, the event queue's functions (GetEvents under EventLock()), the
+/// registration of callbacks and the names of driver and connection may be called from any thread.
 /// Everything else belongs to the one thread that executes commands, delivers events and draws;
 /// with this base's PushCommand that is whoever pushes. Held by boost::shared_ptr in a CWindow.
 class CWindowCoreManager : public CWindowCore,
@@ -193,7 +194,6 @@ protected:
     boost::function<void(CWindowCoreManager*)> const& OnDestroyCallback() const {
         return m_onDestroy;
     }
-    bool HasExposeSubscribers() const { return !m_expose.empty(); }
 
 private:
     /// Reads the last frame back. @return null when the driver has none

@@ -21,14 +21,11 @@ public:
     int Draw(CWindowCore* core);
 
     /// Fills in the event's local, device and world position and offers it to the camera, then to
-    /// the items. Events strictly outside the rectangle drawn last are declined untouched, unless
-    /// they are EventPositionless. @return true when the event was consumed
+    /// the items. Events outside the rectangle drawn last or on its edge are declined
+    /// untouched, unless they are EventPositionless. @return true when the event was consumed
     bool Interact(CWindowCoreManager* manager, Event& event) const;
 
-    ViewPortMode GetViewPortMode() const { return m_mode; }
     void SetViewPortMode(ViewPortMode mode) { m_mode = mode; }
-    bool HasViewPort() const { return m_hasViewPort; }
-    CWindowViewPort const& GetViewPort() const { return m_viewPort; }
     void SetViewPort(CWindowViewPort const& viewPort);
     boost::shared_ptr<CCamera> const& GetCamera() const { return m_camera; }
     /// Also switches to the camera mode.

@@ -15,7 +15,8 @@ namespace ui::win {
 ///
 /// The content keeps the proportions of the window's requested size and hugs the left or top edge
 /// of a window of other proportions. Only the view rectangle's size enters the matrix; world
-/// coordinates are counted from (0, 0) whatever its origin. Any thread may call anything here.
+/// coordinates are counted from (0, 0) whatever its origin. Any thread may call anything here but
+/// SmoothZoom().
 class CCamera2D : public CCamera {
 public:
     CCamera2D();

@@ -19,7 +19,7 @@ struct ConvertImage {
 
     static constexpr int nothingFound = 255; ///< the cost that every search starts from
 
-    int cost = nothingFound; ///< lower is better; 0 shares the pixels
+    int cost = nothingFound; ///< lower is better; 0 for what is nearly free
     Function convert;        ///< answers the image itself when it shares them
 };
 

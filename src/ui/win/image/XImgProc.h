@@ -36,8 +36,8 @@ struct XOutput<XFilter> {
 using XGrey = cimage::TImage<unsigned char>;
 using XColour = cimage::TImage<cimage::TRGB<unsigned char>>;
 
-/// Fills an output of the input's size as the option says. Of an alpha value, the whole part's low
-/// byte counts.
+/// Fills an output of the input's size as the option says. Of a colour key's alpha value, the whole
+/// part's low byte counts; an opacity's are the ends of a ramp.
 void XImgProc(XColour const& input, XColorKey const& option, XOutput<XColorKey>::type& output);
 void XImgProc(XGrey const& input, XOpacity const& option, XOutput<XOpacity>::type& output);
 
