@@ -52,7 +52,6 @@ struct NavigationPad : testing::Test {
     static constexpr std::size_t zeroRoll = 6;
 
     CapturedOutput output;
-    std::atomic<unsigned> frames{0}; // counted until the window has gone
     boost::shared_ptr<CCamera3D> camera =
         boost::make_shared<CCamera3D>(0.0, 0.3, 0.4, -5.0, 0.0, 2.0, true);
     boost::shared_ptr<Navigation> path = boost::make_shared<Navigation>(camera);

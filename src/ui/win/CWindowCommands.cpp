@@ -3,7 +3,6 @@
 #include "kiv/Diagnostics.h"
 
 #include <cstring>
-#include <optional>
 #include <type_traits>
 
 namespace ui::win {
@@ -88,11 +87,9 @@ void CWndCommand_GetScreenGeometry::Execute(CWindowCoreManager* manager) {
 }
 
 void CWndCommand_GetColorUnderMouse::Execute(CWindowCoreManager* manager) {
-    std::optional<cimage::TRGBA<unsigned char>> colour;
-    Answer([&] { colour = *m_colour; }); // a driver that cannot tell may leave it as it is
-    if (colour) {
-        manager->GetHighlightColor(&*colour);
-        Answer([&] { *m_colour = *colour; });
+    cimage::TRGBA<unsigned char> colour;
+    if (manager->GetHighlightColor(&colour)) {
+        Answer([&] { *m_colour = colour; });
     }
 }
 
