@@ -101,7 +101,7 @@ void DrawBoardSurface(CWindow& window, Calibration const& c, unsigned frame) {
 /// Layer 1: a box of text in the lower left of the window, in fractions of its own view port.
 void DrawLegend(CWindow& window, Calibration const& c, unsigned frame) {
     window.SetLayer(1);
-    window.SetViewport(CWindowViewPort::Fractions(0.02F, 0.80F, 0.40F, 0.98F));
+    window.SetViewport(CWindowViewPort::Fractions(0.02F, 0.80F, 0.50F, 0.98F));
     window.SetViewportMode(ViewPortFractions);
     window.SetBlend(BlendAlpha);
     window.SetColor(paperColour);
