@@ -460,7 +460,7 @@ void CSdlCore::TakeInput() {
     if (m_window != nullptr && SdlThread::IsLost()) {
         m_window = nullptr;
         ReleaseButtons();
-        Tell(WindowDisplayLost);
+        Tell(EventWindow, WindowDisplayLost);
     }
     if (m_window == nullptr) {
         return;
@@ -484,7 +484,7 @@ void CSdlCore::Handle(SDL_Event const& event) {
     case SDL_TEXTINPUT:
         if ((m_modifiers & StateCtrl) == 0) { // then the key has told
             for (char32_t const character : Characters(event.text.text)) {
-                DeliverKey(character);
+                Tell(EventKey, character);
             }
         }
         break;
@@ -513,26 +513,26 @@ void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
         break;
     case SDL_WINDOWEVENT_RESIZED:
         KeepAspect();
-        Tell(WindowResized);
+        Tell(EventWindow, WindowResized);
         break;
     case SDL_WINDOWEVENT_SIZE_CHANGED:
         m_surfaceIsNew = true;
         break;
     case SDL_WINDOWEVENT_CLOSE:
         SetVisibility(false);
-        Tell(WindowClosed);
+        Tell(EventWindow, WindowClosed);
         break;
     case SDL_WINDOWEVENT_FOCUS_GAINED:
-        Tell(WindowFocusGained);
+        Tell(EventWindow, WindowFocusGained);
         break;
     case SDL_WINDOWEVENT_FOCUS_LOST:
         ReleaseButtons();
         m_modifiers = 0;
-        Tell(WindowFocusLost);
+        Tell(EventWindow, WindowFocusLost);
         break;
     case SDL_WINDOWEVENT_LEAVE:
         if (m_held == 0) {
-            Tell(WindowPointerLeft);
+            Tell(EventWindow, WindowPointerLeft);
         }
         break;
     default:
@@ -556,7 +556,7 @@ void CSdlCore::HandleKey(SDL_KeyboardEvent const& key) {
     m_modifiers = ModifierBits(key.keysym.mod);
     if (key.type == SDL_KEYDOWN) {
         if (std::uint32_t const code = KeyCode(key.keysym)) {
-            DeliverKey(code);
+            Tell(EventKey, code);
         }
     }
 }
@@ -611,20 +611,10 @@ void CSdlCore::ReleaseButtons() {
     }
 }
 
-void CSdlCore::Tell(WindowEvent what) {
+void CSdlCore::Tell(std::uint32_t type, std::uint32_t key) {
     Event event;
-    event.type = EventWindow;
-    event.key = what;
-    event.state = m_modifiers | m_held;
-    event.screenX = PointerX();
-    event.screenY = PointerY();
-    OnEvent(event);
-}
-
-void CSdlCore::DeliverKey(std::uint32_t code) {
-    Event event;
-    event.type = EventKey;
-    event.key = code;
+    event.type = type;
+    event.key = key;
     event.state = m_modifiers | m_held;
     event.screenX = PointerX();
     event.screenY = PointerY();

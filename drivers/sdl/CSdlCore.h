@@ -84,8 +84,7 @@ private:
     void HandleButton(SDL_MouseButtonEvent const& button);
     void HandleWheel(SDL_MouseWheelEvent const& wheel);
     void ReleaseButtons();
-    void Tell(ui::win::WindowEvent what);
-    void DeliverKey(std::uint32_t code);
+    void Tell(std::uint32_t type, std::uint32_t key);
     void DeliverPointer(std::uint32_t type, std::uint32_t button, double x, double y);
     /// @}
 

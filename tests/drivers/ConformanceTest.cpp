@@ -533,7 +533,10 @@ TEST_P(DrawingDriver, ReportsWhatThrowsOnItsThreadAndGoesOn) {
         }
     });
     window.push(new Throwing);
+    window.InsertPlugin(boost::make_shared<Throwing>());
+    window.InsertPlugin(boost::make_shared<Badge>());
     window.Refresh(true);
+    EXPECT_EQ(PixelAt(window, 62, 46).r, 127) << "drawn past the broken one";
     std::string const said = output.Take();
     EXPECT_THAT(said, HasSubstr("drawable out of order"));
     EXPECT_THAT(said, HasSubstr("subscriber out of order"));

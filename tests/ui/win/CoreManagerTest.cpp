@@ -150,7 +150,9 @@ TEST(CoreManager, GrabsAFrameOnlyForADumpOrASubscriber) {
     PictureCore dumping(Params("Camera 2 (left)", StateDumpFrames));
     dumping.NotifyBufferReady(true);
     dumping.DumpImage("shot.png");
-    dumping.NotifyBufferReady(true);
+    dumping.RegisterExposeCallback([](cimage::CImage const&) { throw std::runtime_error("out"); });
+    EXPECT_THROW(dumping.NotifyBufferReady(true), std::runtime_error)
+        << "its frame is written first";
     EXPECT_THAT(
         folder.Files(), ElementsAre("CAMERALEFT-000000.ppm", "CAMERALEFT-000001.ppm", "shot.png"));
     EXPECT_EQ(dumping.DumpCount(), 2) << "a name of its own does not count";
