@@ -4,6 +4,7 @@
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/Workers.h"
 #include "drivers/raster/detail/OutlineScratch.h"
+#include "drivers/raster/detail/RowBands.h"
 #include "drivers/raster/detail/UprightImage.h"
 #include "math/Point2.h"
 #include "math/Rect2.h"
@@ -192,6 +193,7 @@ private:
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
+    detail::RowBands m_rowBands;                              // working storage
     double m_worthSharing = 1 << 16;
     std::shared_ptr<Workers> m_workers; // null: no helping threads
 };

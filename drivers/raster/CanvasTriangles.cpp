@@ -27,6 +27,8 @@ struct FlatShader {
     }
 };
 
+constexpr std::size_t worthBands = 4096; // triangles
+
 unsigned char Channel(double value) {
     return RoundChannel(std::clamp(value, 0.0, 255.0));
 }
@@ -118,6 +120,7 @@ struct TextureShader {
     Sampler sampler;
     Colour colour;
     Texture const& texture;
+    bool plain = colour == Colour(255, 255, 255, 255); ///< which changes nothing
 
     void Load(VertexArray const& vertices, std::size_t index, double* values) const {
         float const* st = VertexTexture(vertices, index);
@@ -129,7 +132,7 @@ struct TextureShader {
         double const v = run.values[1][k];
         Colour const texel =
             IsReduced(footprint) ? MeanTexel(sampler, u, v, footprint) : sampler(u, v);
-        detail::Put<Blend>(pixel, Modulate(texel, colour));
+        detail::Put<Blend>(pixel, plain ? texel : Modulate(texel, colour));
     }
 };
 
@@ -191,15 +194,37 @@ void Canvas::Triangles(VertexArray const& vertices) {
     View const view = MakeView();
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
+        auto const draw = [&](Target const& target, std::size_t triangle) {
+            std::size_t const i = 3 * triangle;
+            DrawTriangle<affine>(
+                target,
+                shader,
+                view.range,
+                LoadVertex(shader, reader, vertices, i),
+                LoadVertex(shader, reader, vertices, i + 1),
+                LoadVertex(shader, reader, vertices, i + 2));
+        };
+        std::size_t const triangles = vertices.count / 3;
+        if (triangles >= worthBands) {
+            m_rowBands.Sort(reader, triangles, m_clip);
+            Target const whole = MakeTarget();
+            auto const drawBand = [&](int band) {
+                Target part = whole;
+                part.clip = m_rowBands.Clip(band);
+                m_rowBands.ForEach(band, [&](std::size_t i) { draw(part, i); });
+            };
+            if (m_workers) {
+                m_workers->Run(m_rowBands.Count(), drawBand);
+            } else {
+                for (int band = 0; band < m_rowBands.Count(); ++band) {
+                    drawBand(band);
+                }
+            }
+            return;
+        }
         InBands(PixelsOf(vertices, 3), [&](Target const& target, Scratch&) {
-            for (std::size_t i = 0; i + 2 < vertices.count; i += 3) {
-                DrawTriangle<affine>(
-                    target,
-                    shader,
-                    view.range,
-                    LoadVertex(shader, reader, vertices, i),
-                    LoadVertex(shader, reader, vertices, i + 1),
-                    LoadVertex(shader, reader, vertices, i + 2));
+            for (std::size_t i = 0; i < triangles; ++i) {
+                draw(target, i);
             }
         });
     });

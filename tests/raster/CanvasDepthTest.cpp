@@ -4,6 +4,8 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <random>
 
 namespace tests {
 
@@ -33,6 +35,45 @@ Points3 Square(float z, float half = 0.5F) {
 void Draw(Canvas& canvas, Colour colour, Points3 const& quads) {
     canvas.State().colour = colour;
     canvas.Quads(Vertices(quads));
+}
+
+TEST(CanvasDepth, ManyTrianglesAreDrawnAsOneByOne) {
+    std::minstd_rand random(5);
+    auto const next = [&](double lo, double hi) {
+        return static_cast<float>(lo + (hi - lo) * static_cast<double>(random() % 1000) / 1000);
+    };
+    std::vector<ColourVertex> corners;
+    for (int i = 0; i < 5000; ++i) {
+        float const z = next(-1, 10); // some behind the camera
+        for (int k = 0; k < 3; ++k) {
+            auto const channel = static_cast<unsigned char>(random() % 256);
+            corners.push_back(
+                {{channel, 255, 99, 128}, z * next(-1, 1), z * next(-2, 2), z + next(-1, 1)});
+        }
+    }
+    for (auto const& workers :
+         {std::shared_ptr<drivers::raster::Workers>(),
+          std::make_shared<drivers::raster::Workers>(3)}) {
+        Canvas all;
+        all.Resize(64, 200);
+        all.SetView(Matrix({64, 0, 32, 0, 0, 64, 100, 0, 0, 0, 1, 0}), {3, 7, 60, 190});
+        all.State().depthTest = all.State().blend = true;
+        all.State().depthNear = 0.5;
+        all.State().depthFar = 9;
+        Canvas single = all;
+        all.SetWorkers(workers);
+        all.Triangles(Vertices(corners));
+        for (std::size_t i = 0; i < corners.size(); i += 3) {
+            VertexArray triangle = Vertices(corners);
+            triangle.position = &corners[i].x;
+            triangle.colour = &corners[i].colour.r;
+            triangle.count = 3;
+            single.Triangles(triangle);
+        }
+        for (int y = 0; y < 200; ++y) {
+            ASSERT_TRUE(std::equal(all.Row(y), all.Row(y) + 64, single.Row(y))) << y;
+        }
+    }
 }
 
 TEST(CanvasDepth, NearerSurfacesHideFartherOnesInWhateverOrderTheyAreDrawn) {

@@ -124,6 +124,51 @@ private:
     double m_row[Count > 0 ? Count : 1];
 };
 
+/// Draws pixel k of a run.
+template <int N, bool Perspective, class Shader>
+void PutPixel(
+    Interpolation<N, Perspective> const& values,
+    Shader const& shader,
+    Run<N> const& run,
+    int k,
+    Colour& pixel) {
+    if constexpr (Shader::HasFootprint) {
+        shader.Put(pixel, run, k, values.FootprintAt(run, k));
+    } else {
+        shader.Put(pixel, run, k);
+    }
+}
+
+/// Draws those of some neighbouring pixels that pass the depth test.
+template <int N, class Shader>
+void PutSeen(
+    Interpolation<N, true> const& values,
+    Shader const& shader,
+    int x,
+    int count,
+    Run<N>& run,
+    Colour* pixels,
+    float* there) {
+    constexpr int worthLoops = 16; // fewer pixels are sooner done one by one, most are hidden
+    if (count < worthLoops) {
+        for (int k = 0; k < count; ++k) {
+            values.Nearness(x + k, 1, run.nearness);
+            if (IsSeen(there[k], run.nearness[0])) {
+                values.Values(x + k, 1, run);
+                PutPixel(values, shader, run, 0, pixels[k]);
+            }
+        }
+        return;
+    }
+    values.Nearness(x, count, run.nearness);
+    values.Values(x, count, run);
+    for (int k = 0; k < count; ++k) {
+        if (IsSeen(there[k], run.nearness[k])) {
+            PutPixel(values, shader, run, k, pixels[k]);
+        }
+    }
+}
+
 /// Fills one projected triangle. The shader says how many values a vertex has (Values), and draws
 /// neighbouring pixels with Fill() when there are none, one pixel with Put() otherwise, which may
 /// ask for a footprint in the first two of them (HasFootprint).
@@ -151,21 +196,15 @@ void FillTriangle(
             for (int x = x0; x < x1; x += RunLength) {
                 int const count = std::min(RunLength, x1 - x);
                 Colour* pixels = target.At(x, y);
-                if constexpr (Depth) {
+                if constexpr (Depth && N > 0) {
+                    PutSeen(values, shader, x, count, run, pixels, target.NearnessAt(x, y));
+                } else if constexpr (Depth) {
                     values.Nearness(x, count, run.nearness);
-                }
-                if constexpr (N == 0) {
                     shader.FillSeen(pixels, count, run.nearness, target.NearnessAt(x, y));
                 } else {
                     values.Values(x, count, run);
                     for (int k = 0; k < count; ++k) {
-                        if (!Depth || IsSeen(target.NearnessAt(x, y)[k], run.nearness[k])) {
-                            if constexpr (Shader::HasFootprint) {
-                                shader.Put(pixels[k], run, k, values.FootprintAt(run, k));
-                            } else {
-                                shader.Put(pixels[k], run, k);
-                            }
-                        }
+                        PutPixel(values, shader, run, k, pixels[k]);
                     }
                 }
             }
