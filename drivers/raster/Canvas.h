@@ -40,7 +40,7 @@ struct View;
 ///   n / 2 pixels left of and above that one.
 /// - Aliased lines are addressed by pixel: ends floor to pixels and both end pixels are drawn.
 ///   Width 1 is a Bresenham line, the same pixels in both directions. Wider ones (rounded to whole
-///   pixels) are rectangles around the line between the pixel centres, with mitred joins (bevelled
+///   pixels) are rectangles around the line between the pixel centres, with mitred joins (rounded
 ///   where the angle is sharp). The corners of an outlined box or ellipse floor to pixels likewise
 ///   as long as the view keeps the axes.
 /// - With lineSmooth, lines and outlines are the exact rectangle of that width around the exact

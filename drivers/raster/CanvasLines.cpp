@@ -89,7 +89,7 @@ void DrawWideGradient(
     Gradient const& gradient,
     bool blend) {
     path.Start(target.clip);
-    Stroker stroker(path, pen.width, pen.Extension());
+    Stroker stroker(path, pen.width, pen.Extension(), false);
     stroker.Add(pen.Place(segment.a), pen.Place(segment.b), false);
     stroker.Finish();
     WideGradient const colours(pen, segment, gradient);

@@ -24,7 +24,7 @@ Outline::Outline(
     bool onCurve)
     : m_target(target), m_range(view.range), m_scratch(scratch), m_path(scratch.path), m_pen(state),
       m_ink(state), m_onCurve(onCurve), m_solidPieces(target, m_ink.colour),
-      m_stroker(Pieces(), m_pen.width, m_pen.Extension()),
+      m_stroker(Pieces(), m_pen.width, m_pen.Extension(), m_pen.smooth),
       m_thinPen(target, m_ink, scratch.pixels) {
     m_path.Start(target.clip);
     if (target.nearness != nullptr && !m_pen.Thin()) {
