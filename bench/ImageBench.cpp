@@ -1,6 +1,7 @@
 #include "bench/Compare.h"
 #include "cimage/ImageIO.h"
 #include "cimage/TImage.h"
+#include "drivers/raster/TextRenderer.h"
 #include "ui/win/CWidget.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/image/CWindowImageConverter.h"
@@ -125,52 +126,68 @@ void MoveOverGrey(benchmark::State& state) {
 }
 
 constexpr int textCount = 500;
-constexpr int glyphsPerText = 20;
 
-std::string TextNumber(int i) {
-    char text[glyphsPerText + 1];
-    std::snprintf(text, sizeof text, "Point%03d:x=%04d,y=%02d", i, i * 3, i % 100);
-    return text;
+/// Calls draw(x, y, text) for 500 texts of 20 letters each.
+template <class Draw>
+void ForTexts(Draw const& draw) {
+    for (int i = 0; i < textCount; ++i) {
+        char text[24];
+        std::snprintf(text, sizeof text, "Point%03d:x=%04d,y=%02d", i, i * 3, i % 100);
+        draw(10 + i % 10 * 180, 10 + i / 10 * 20, text);
+    }
 }
 
-/// The time of many texts is that of a frame with them less that of one without.
 void RedrawTexts(benchmark::State& state) {
     CWindow window = MakeWindow();
-    for (int i = 0; i < textCount; ++i) {
-        window.DrawText(10 + i % 10 * 180, 10 + i / 10 * 20, TextNumber(i));
-    }
+    ForTexts([&](int x, int y, char const* text) { window.DrawText(x, y, text); });
     for (auto _ : state) {
         window.Refresh(true);
     }
 }
 
-/// Puts as many masks of a letter's size into a frame that was filled before.
-void BlitGlyphs(benchmark::State& state) {
-    constexpr int width = 7;
-    constexpr int height = 9;
-    std::vector<RGBA> frame(std::size_t{fullWidth} * fullHeight);
-    std::vector<std::vector<unsigned char>> glyphs(64);
-    for (std::size_t i = 0; i < glyphs.size(); ++i) {
-        for (int k = 0; k < width * height; ++k) {
-            bool const ink = (static_cast<std::size_t>(k) * 7 + i) % 3 == 0;
-            glyphs[i].push_back(ink ? static_cast<unsigned char>(128 + k) : 0);
-        }
+/// The masks that those texts are made of, each at its place.
+struct Blits : drivers::raster::GlyphSink {
+    struct Mask {
+        int x, y, width, height;
+        unsigned char const* coverage; ///< in the renderer's cache
+    };
+
+    Blits() {
+        ForTexts([&](int x, int y, char const* text) {
+            renderer.DrawTo(*this, {double(x), double(y)}, {}, text);
+        });
     }
+    void BlendMask(
+        int x,
+        int y,
+        unsigned char const* coverage,
+        int width,
+        int height,
+        std::ptrdiff_t /*stride: the width*/) override {
+        masks.push_back({x, y, width, height, coverage});
+    }
+
+    drivers::raster::TextRenderer renderer;
+    std::vector<Mask> masks;
+};
+
+/// Fills a frame, then puts the masks into it.
+void BlitGlyphs(benchmark::State& state) {
+    // Filled as words, which become wide stores.
+    std::vector<std::uint32_t> frame(std::size_t{fullWidth} * fullHeight);
+    Blits const blits;
     auto const mix = [](unsigned from, unsigned to, unsigned alpha) {
         unsigned const v = from * alpha + to * (255 - alpha) + 127;
         return static_cast<unsigned char>((v + 1 + (v >> 8)) >> 8);
     };
     for (auto _ : state) {
-        std::fill(frame.begin(), frame.end(), RGBA(0, 0, 0, 255));
-        for (int i = 0; i < textCount * glyphsPerText; ++i) {
-            int const text = i / glyphsPerText;
-            int const x = 10 + text % 10 * 180 + i % glyphsPerText * 8;
-            int const y = 10 + text / 10 * 20;
-            unsigned char const* from = glyphs[static_cast<std::size_t>(i) & 63].data();
-            for (int row = 0; row < height; ++row, from += width) {
-                RGBA* out =
-                    frame.data() + std::size_t{fullWidth} * static_cast<unsigned>(y + row) + x;
-                for (int k = 0; k < width; ++k) {
+        std::fill(frame.begin(), frame.end(), 0xff000000);
+        for (Blits::Mask const& mask : blits.masks) {
+            unsigned char const* from = mask.coverage;
+            for (int row = 0; row < mask.height; ++row, from += mask.width) {
+                auto* const out = reinterpret_cast<RGBA*>(
+                    frame.data() + (mask.y + row) * int{fullWidth} + mask.x);
+                for (int k = 0; k < mask.width; ++k) {
                     if (unsigned const a = from[k]) {
                         out[k] = {
                             mix(255, out[k].r, a),
