@@ -373,6 +373,75 @@ void DrawCounts(CWindow& window) {
     window.SetColorMap(ColorMapOff);
 }
 
+/// Shortens a text to a width and draws it between the two edges of that width.
+class ShortenedText : public CWidget {
+public:
+    ShortenedText(P2 const& place, float width, char const* text)
+        : m_place(place), m_width(width), m_text(text) {}
+    int Draw(CWindowCore* core) override {
+        math::Point3<double> const at(double{m_place.x}, double{m_place.y}, 0);
+        std::string text;
+        core->EllipseText(at, text, m_text, "", double{m_width});
+        core->DrawText(at, text.c_str());
+        for (float const x : {m_place.x - 2, m_place.x + m_width + 1}) {
+            core->DrawLine(double{x}, at.y, double{x}, at.y + 11);
+        }
+        return 1;
+    }
+
+private:
+    P2 m_place;
+    float m_width;
+    char const* m_text;
+};
+
+/// Text in units of a view that is turned about its centre.
+class TurnedText : public CWidget {
+public:
+    int Draw(CWindowCore* core) override {
+        Eigen::Vector2d const centre(panelWidth / 2.0, panelHeight / 2.0);
+        Eigen::Vector2d const place(184, 150);
+        for (int i = 0; i < 12; ++i) {
+            double const angle = i * pi / 6;
+            core->SetViewPort(
+                ViewPortCamera,
+                nullptr,
+                boost::make_shared<CCamera2D>(0, 0, panelWidth, panelHeight, angle));
+            core->SetFontSizeEx(10, 10, true);
+            core->SetColor(Hue(i / 12.0));
+            Eigen::Vector2d const shown = Eigen::Rotation2Dd(angle) * (place - centre);
+            Eigen::Vector2d const at = centre + shown;
+            core->DrawText({at.x() + 14, at.y() - 6, 0}, "turned");
+        }
+        return 1;
+    }
+};
+
+void DrawTexts(CWindow& window) {
+    double y = 22;
+    for (double const size : {6.0, 8.0, 10.0, 14.0, 20.0, 26.0}) {
+        window.SetFontSize(size, false);
+        window.DrawText(8, y, "Sizes 01");
+        y += size + 3;
+    }
+    window.SetFontSize(20, false);
+    window.SetColor(orange);
+    window.DrawText(130, 22, "AVA To Wa"); // letters that move together
+    window.SetColor(leaf);
+    window.DrawText(130, 46, "e\u0301 x\u0308 o\u0302\u0323 \u00e5"); // letters with marks
+    window.SetColor(sky);
+    window.SetFontSize(14, false);
+    window.DrawText(130, 72, "ab \u05e9\u05dc\u05d5\u05dd 12 \u0633\u0644\u0627\u0645");
+    window.DrawText(130, 92, "\u2192 \u222e \u2605  \u2602 \u2264");
+    window.SetColor(ink);
+    window.SetFontSize(10, false);
+    float width = 96;
+    for (int i = 0; i < 3; ++i, width *= 0.62F) {
+        window.push(new ShortenedText({10, F(130 + i * 15)}, width, "calibration board"));
+    }
+    window.push(new TurnedText);
+}
+
 struct Panel {
     char const* title;
     void (*draw)(CWindow&);
@@ -390,6 +459,7 @@ constexpr Panel panels[] = {
     {"images, nearest and soft", DrawImages},
     {"reduced images", DrawReduced},
     {"16-bit counts", DrawCounts},
+    {"texts", DrawTexts},
 };
 
 constexpr int panelCount = int(std::size(panels));
