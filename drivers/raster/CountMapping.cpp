@@ -86,7 +86,7 @@ Palette MakePalette(ColorMap map) {
             return static_cast<unsigned char>(
                 std::clamp((765 - std::abs(8 * i - centre)) / 2, 0, 255));
         };
-        auto const between = [i, &path](int channel) {
+        auto const between = [&](int channel) {
             int const from = std::min(i * 8 / 255, 7);
             int const part = i * 8 - from * 255;
             int const sum = path[from][channel] * (255 - part) + path[from + 1][channel] * part;

@@ -248,6 +248,22 @@ TEST(RasterCoreManager, TextSizesArePixelsOrWorldUnits) {
     EXPECT_NEAR(aligned.right, 59, 2);
 }
 
+TEST(RasterCoreManager, TextInWorldUnitsTurnsWithTheView) {
+    for (bool const world : {false, true}) {
+        Core core;
+        core.BeginFrame();
+        double const quarter = 1.5707963267948966;
+        core.SetViewPort(
+            ViewPortCamera, nullptr, boost::make_shared<CCamera2D>(0.0, 0.0, 32.0, 24.0, quarter));
+        core.SetFontSizeEx(world ? 6 : 12, world ? 6 : 12, world);
+        core.SetTextAlign(AlignCentre, AlignCentre);
+        core.DrawText({16, 12, 0}, "HHH");
+        math::Rect2<int> const lit = LitRectangle(core.Picture());
+        EXPECT_EQ(lit.Height() > 2 * lit.Width(), world);
+        EXPECT_EQ(lit.Width() > 2 * lit.Height(), !world);
+    }
+}
+
 TEST(RasterCoreManager, ShortensTextsToTheRoomBesideTheFurtherText) {
     Core core;
     core.StartInPixels();
@@ -263,6 +279,15 @@ TEST(RasterCoreManager, ShortensTextsToTheRoomBesideTheFurtherText) {
     EXPECT_TRUE(core.EllipseText({0, 0, 0}, result, text, " 12.5", room - 20));
     EXPECT_EQ(result.substr(0, 5), "calib");
     EXPECT_EQ(result.substr(result.size() - 3), "\xE2\x80\xA6");
+    // The same room in units of a view that shows two pixels for each, with letters in pixels or in
+    // those units.
+    for (double const size : {12.0, 6.0}) {
+        std::string inView;
+        core.BeginFrame();
+        core.SetFontSizeEx(size, size, size < 12);
+        EXPECT_TRUE(core.EllipseText({4, 4, 0}, inView, text, " 12.5", (room - 20) / 2));
+        EXPECT_EQ(inView, result) << size;
+    }
 }
 
 /// Draws a box of one colour in window pixels and counts how often.

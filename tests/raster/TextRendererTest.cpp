@@ -2,9 +2,9 @@
 
 #include "drivers/raster/Canvas.h"
 #include "drivers/raster/FontCatalogue.h"
+#include "support/OutputFolder.h"
 #include "support/PictureCompare.h"
 
-#include <boost/filesystem.hpp>
 #include <boost/thread/thread.hpp>
 
 #include <gmock/gmock.h>
@@ -13,6 +13,9 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <limits>
 #include <numeric>
 #include <vector>
@@ -20,7 +23,7 @@
 namespace tests {
 
 using namespace drivers::raster;
-namespace fs = boost::filesystem;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -50,6 +53,16 @@ struct Page {
     int RowSum(int y) const {
         auto const row = pixels.begin() + static_cast<std::ptrdiff_t>(Index(0, y));
         return std::accumulate(row, row + kWidth, 0);
+    }
+    /// Of the rows, NaN where there is nothing.
+    double CentreX(int top, int bottom) const {
+        double sum = 0;
+        double moment = 0;
+        for (std::size_t i = Index(0, top); i < Index(0, bottom); ++i) {
+            sum += pixels[i];
+            moment += pixels[i] * (double(i % kWidth) + 0.5);
+        }
+        return moment / sum;
     }
     /// Around all pixels of some coverage.
     math::Rect2<int> Box() const {
@@ -91,11 +104,43 @@ std::vector<int> Drawn(
     return page.pixels;
 }
 
-/// A folder of its own for fonts, gone with the test.
-struct FontFolder {
-    FontFolder() { fs::create_directories(path); }
-    ~FontFolder() { fs::remove_all(path); }
-    fs::path const path = fs::temp_directory_path() / fs::unique_path("fonts-%%%%%%%%");
+/// What a text covers of a page without edges.
+struct Ink final : GlyphSink {
+    Ink(TextRenderer& text,
+        math::Point2<double> const& anchor,
+        TextStyle const& style,
+        std::string_view words,
+        TextTransform const& transform = {}) {
+        EXPECT_TRUE(text.DrawTo(*this, anchor, style, words, transform));
+    }
+    void BlendMask(
+        int left,
+        int top,
+        unsigned char const* coverage,
+        int width,
+        int height,
+        std::ptrdiff_t stride) override {
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                double const c = coverage[y * stride + x] / 255.0;
+                area += c;
+                sumX += c * (left + x + 0.5);
+                sumY += c * (top + y + 0.5);
+                if (c > 0.3) {
+                    box.left = std::min(box.left, left + x);
+                    box.top = std::min(box.top, top + y);
+                    box.right = std::max(box.right, left + x + 1);
+                    box.bottom = std::max(box.bottom, top + y + 1);
+                }
+            }
+        }
+    }
+    math::Point2<double> Centre() const { return {sumX / area, sumY / area}; }
+
+    double area = 0; ///< pixels
+    double sumX = 0;
+    double sumY = 0;
+    math::Rect2<int> box{1 << 20, 1 << 20, -(1 << 20), -(1 << 20)}; ///< around what is dark
 };
 
 TEST(TextRenderer, MeasuresLinesByTheirAdvance) {
@@ -113,9 +158,81 @@ TEST(TextRenderer, MeasuresLinesByTheirAdvance) {
     EXPECT_DOUBLE_EQ(
         text.Measure({"Liberation Sans", 27, 13.5}, "Wide line").Height(), one.Height());
     EXPECT_DOUBLE_EQ(text.Measure(Style(12), "").Width(), 0);
-    EXPECT_LT(
-        text.Measure(Style(100), "AV").Width(),
-        text.Measure(Style(100), "A").Width() + text.Measure(Style(100), "V").Width());
+    for (std::string const pair : {"AV", "To", "Wa", "HH"}) { // all but the last are kerned
+        double const apart = text.Measure(Style(100), pair.substr(0, 1)).Width() +
+                             text.Measure(Style(100), pair.substr(1)).Width();
+        double const together = text.Measure(Style(100), pair).Width();
+        EXPECT_EQ(together < apart - 1, pair != "HH") << pair;
+    }
+}
+
+/// Hinting moves the edges of small letters by less than a pixel, and must not make them heavier
+/// or lighter than the large ones by more than a part.
+TEST(TextRenderer, SizesFrom6To200PixelsKeepTheirProportions) {
+    TextRenderer text;
+    auto const perEm = [&](double size, TextTransform const& transform) {
+        TextStyle const style = Style(size, TextAlignX::Left, TextAlignY::Baseline);
+        Ink const ink(text, {300.25, 300}, style, "HEL", transform);
+        bool const lies = transform.xx == 0;
+        double const height = lies ? ink.box.Width() : ink.box.Height();
+        EXPECT_NEAR(height, 0.688 * size, 1.3) << size;
+        EXPECT_TRUE(lies || ink.box.bottom == 300) << size;
+        return ink.area / (size * size);
+    };
+    for (TextTransform const& transform : {TextTransform(), TextTransform{0, 1, -1, 0}}) {
+        double const large = perEm(200, transform);
+        for (double const size : {6.0, 7.0, 8.5, 10.0, 12.0, 13.5, 17.0, 24.0, 48.0, 97.3, 150.0}) {
+            EXPECT_NEAR(perEm(size, transform) / large, 1, size < 10 ? 0.25 : 0.15) << size;
+        }
+    }
+}
+
+/// Along the line text moves in quarters of a pixel, across it in whole pixels while it is upright.
+TEST(TextRenderer, TextMovesByPartsOfAPixel) {
+    TextRenderer text;
+    struct Case {
+        TextTransform transform;
+        double gridX, gridY;
+    };
+    TextStyle const style = Style(14, TextAlignX::Left, TextAlignY::Baseline);
+    for (Case const& c :
+         {Case{{}, 0.25, 1},
+          Case{{0, -1, 1, 0}, 0.25, 0.25},
+          Case{{0.8, -0.6, 0.6, 0.8}, 0.25, 0.25}}) {
+        math::Point2<double> const start = Ink(text, {40, 40}, style, "m", c.transform).Centre();
+        for (int i = 1; i <= 16; ++i) {
+            double const by = i / 16.0;
+            math::Point2<double> const moved =
+                Ink(text, {40 + by, 40 + by}, style, "m", c.transform).Centre() - start;
+            EXPECT_NEAR(moved.x, std::floor(by / c.gridX + 0.5) * c.gridX, 0.04) << by;
+            EXPECT_NEAR(moved.y, std::floor(by / c.gridY + 0.5) * c.gridY, 0.04) << by;
+        }
+    }
+}
+
+TEST(TextRenderer, MarksStandAboveAndBelowTheirLetter) {
+    TextRenderer text;
+    struct Case {
+        char const* words;
+        bool above, below;
+    };
+    for (Case const& c : {
+             Case{"x", false, false},
+             Case{"x\xCC\x81", true, false}, // acute
+             Case{"x\xCC\x88", true, false}, // two dots
+             Case{"x\xCC\xA3", false, true}, // a dot below
+             Case{"x\xCC\x82\xCC\xA3", true, true},
+         }) {
+        Page page;
+        text.Draw(page, {40, 50}, Style(32, TextAlignX::Left, TextAlignY::Baseline), c.words);
+        double const letter = page.CentreX(50 - 12, 50);
+        std::pair<bool, double> const marks[] = {
+            {c.above, page.CentreX(0, 50 - 19)}, {c.below, page.CentreX(50 + 2, Page::kHeight)}};
+        for (auto const& [wanted, centre] : marks) {
+            EXPECT_EQ(std::isfinite(centre), wanted) << c.words;
+            EXPECT_TRUE(!wanted || std::abs(centre - letter) < 2) << c.words;
+        }
+    }
 }
 
 TEST(TextRenderer, MeasuresInWorldUnitsWhatItDrawsInPixels) {
@@ -332,7 +449,7 @@ TEST(TextRenderer, EndlessTextsAreDrawnInTheirTime) {
 }
 
 TEST(TextRenderer, WithoutAnyFontNothingIsDrawnAndTheCauseIsToldOnce) {
-    FontFolder const folder;
+    OutputFolder const folder;
     TextRenderer text(std::make_shared<FontCatalogue>(folder.path.string()));
     Page page;
     EXPECT_FALSE(text.Draw(page, {5, 5}, Style(12), "A"));
@@ -344,13 +461,33 @@ TEST(TextRenderer, WithoutAnyFontNothingIsDrawnAndTheCauseIsToldOnce) {
     EXPECT_EQ(text.TakeWarning(), "");
 }
 
+/// As on a machine where no font is installed.
+TEST(TextRenderer, AProcessWithoutFontsGoesOnWithoutText) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    OutputFolder const folder;
+    std::string const file = folder.Path("fonts.conf");
+    std::ofstream(file) << "<?xml version=\"1.0\"?>\n<fontconfig></fontconfig>\n";
+    auto const draw = [&] {
+        ::setenv("FONTCONFIG_FILE", file.c_str(), 1);
+        TextRenderer text;
+        Page page;
+        bool const drawn = text.Draw(page, {5, 5}, Style(12), "A");
+        std::cerr << text.TakeWarning() << text.TakeWarning() << ';';
+        std::exit(drawn || page.masks != 0 ? 1 : 0);
+    };
+    EXPECT_EXIT(
+        draw(),
+        testing::ExitedWithCode(0),
+        "^no usable font found for \"Liberation Sans\", its text is not drawn;$");
+}
+
 TEST(TextRenderer, AFontThatCannotBeReadGivesWayToTheNext) {
     auto const family = FontCatalogue::System()->Candidates("Liberation Sans");
     auto const other = FontCatalogue::System()->Candidates("DejaVu Sans");
     if (family.empty() || other.empty() || family[0] == other[0]) {
         GTEST_SKIP() << "two font families are needed";
     }
-    FontFolder const folder;
+    OutputFolder const folder;
     fs::path const broken = folder.path / "a.ttf";
     fs::copy_file(family[0].path, broken);
     fs::copy_file(other[0].path, folder.path / "b.ttf");
