@@ -194,6 +194,23 @@ void ReadLimits::Check(std::uint64_t width, std::uint64_t height) const {
     }
 }
 
+void ReadLimits::CheckTexts(std::uint64_t bytes) const {
+    if (bytes > maxTextBytes) {
+        throw std::runtime_error(TextRefusal());
+    }
+}
+
+std::string ReadLimits::TextRefusal() const {
+    return "its texts take more than the limit of " + std::to_string(maxTextBytes) + " bytes";
+}
+
+void TextReader::Add(TextEntry const& entry) {
+    constexpr std::size_t node = 64; // as little as a node of the tree takes besides
+    m_bytes += entry.first.size() + entry.second.size() + node;
+    m_limits.CheckTexts(m_bytes);
+    AddToTree(m_image.Metadata(), entry);
+}
+
 boost::shared_ptr<CImage> MakeImage(PixelLayout layout, unsigned width, unsigned height) {
     switch (layout.channels) {
     case 1:
@@ -218,7 +235,10 @@ boost::shared_ptr<CImage> MakeImage(PixelLayout layout, unsigned width, unsigned
 
 boost::shared_ptr<CImage> CreateFromFile(std::string const& path, ptree const& options) {
     return NamingFile("read", path, [&] {
-        return Read(path, {options.get<std::uint64_t>("max pixels", std::uint64_t{1} << 28)});
+        return Read(
+            path,
+            {options.get("max pixels", std::uint64_t{1} << 28),
+             options.get("max text bytes", std::uint64_t{1} << 24)});
     });
 }
 

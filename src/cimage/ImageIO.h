@@ -18,7 +18,10 @@ namespace cimage {
 /// file's texts (PNG text entries, TIFF description and text tags, comments of the others) are
 /// the image's Metadata().
 ///
-/// @param options "max pixels" (default 2^28): larger images are refused before they are decoded
+/// @param options what is not set has its default:
+///                - "max pixels" (2^28): larger images are refused before they are decoded
+///                - "max text bytes" (2^24): files whose texts take more in memory are refused; an
+///                  entry counts its key, its value and 64 bytes
 ///
 /// Throws std::runtime_error with the path and the reason.
 boost::shared_ptr<CImage>

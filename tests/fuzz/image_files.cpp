@@ -54,6 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         .write(reinterpret_cast<char const*>(data), static_cast<std::streamsize>(size));
     ptree options;
     options.put("max pixels", 1 << 18);
+    options.put("max text bytes", 1 << 16);
     boost::shared_ptr<cimage::CImage> image;
     try {
         image = cimage::CreateFromFile(path, options);

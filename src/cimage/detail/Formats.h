@@ -24,9 +24,28 @@ struct PixelLayout {
 /// What a reader will not exceed, whatever a file says of itself.
 struct ReadLimits {
     std::uint64_t maxPixels;
+    std::uint64_t maxTextBytes; ///< of all texts together
 
     /// Throws std::runtime_error for an image that is empty or too large.
     void Check(std::uint64_t width, std::uint64_t height) const;
+    /// The same for texts that take so many bytes.
+    void CheckTexts(std::uint64_t bytes) const;
+    /// What it says then.
+    std::string TextRefusal() const;
+};
+
+/// Puts the texts of a file into an image's metadata, within the limit.
+class TextReader {
+public:
+    TextReader(CImage& image, ReadLimits const& limits) : m_image(image), m_limits(limits) {}
+
+    /// Throws std::runtime_error when it is more than the file's texts may take.
+    void Add(TextEntry const& entry);
+
+private:
+    CImage& m_image;
+    ReadLimits const& m_limits;
+    std::uint64_t m_bytes = 0;
 };
 
 /// An image of the plain type that has the layout.

@@ -92,13 +92,14 @@ struct Compressor {
     jpeg_compress_struct jpeg{};
 };
 
-void ReadComments(jpeg_decompress_struct const& jpeg, CImage& image) {
+void ReadComments(jpeg_decompress_struct const& jpeg, ReadLimits const& limits, CImage& image) {
+    TextReader texts(image, limits);
     for (auto const* marker = jpeg.marker_list; marker != nullptr; marker = marker->next) {
         auto const* const begin = reinterpret_cast<char const*>(marker->data);
         // Some programs store the terminating NUL.
         std::string const text(begin, std::find(begin, begin + marker->data_length, '\0'));
         for (TextEntry const& entry : FromLines(text, "Comment")) {
-            AddToTree(image.Metadata(), entry);
+            texts.Add(entry);
         }
     }
 }
@@ -133,7 +134,7 @@ boost::shared_ptr<CImage> ReadJpeg(std::FILE* file, ReadLimits const& limits) {
     jpeg.out_color_space = isGrey ? JCS_GRAYSCALE : JCS_RGB;
     boost::shared_ptr<CImage> image =
         MakeImage({isGrey ? 1U : 3U, false}, jpeg.image_width, jpeg.image_height);
-    ReadComments(jpeg, *image);
+    ReadComments(jpeg, limits, *image);
     calls([&] {
         jpeg_start_decompress(&jpeg);
         while (jpeg.output_scanline < jpeg.output_height) {

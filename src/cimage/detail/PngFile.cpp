@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -25,14 +26,25 @@ void OnError(png_structp png, png_const_charp reason) {
     static_cast<LibraryCalls*>(png_get_error_ptr(png))->Fail(reason);
 }
 
-// Warnings concern what does not change the pixels.
-void OnWarning(png_structp /*png*/, png_const_charp /*reason*/) {}
-
 /// What libpng may allocate: its texts are compressed, and a small file could ask for gigabytes.
 struct Memory {
-    std::size_t left = std::size_t{64} << 20;
-    bool exceeded = false;
+    std::uint64_t left = std::numeric_limits<std::uint64_t>::max();
+    std::string refusal; ///< what to say when that is not enough
 };
+
+/// Warnings concern what does not change the pixels. A text that finds no memory is left out with
+/// one, and so is a text whose end is not reached, be it for the limit.
+void OnWarning(png_structp png, png_const_charp reason) {
+    std::string const& refusal = static_cast<Memory*>(png_get_mem_ptr(png))->refusal;
+    char const* const leftOut[] = {"memory", "too many text", "TXt: truncated"};
+    bool const isLeftOut =
+        std::any_of(std::begin(leftOut), std::end(leftOut), [&](char const* words) {
+            return std::strstr(reason, words) != nullptr;
+        });
+    if (isLeftOut && !refusal.empty()) {
+        OnError(png, refusal.c_str());
+    }
+}
 
 /// In front of each block, the block's size; as far apart as alignment wants.
 constexpr std::size_t BlockHeader = alignof(std::max_align_t);
@@ -40,7 +52,6 @@ constexpr std::size_t BlockHeader = alignof(std::max_align_t);
 png_voidp Allocate(png_structp png, png_alloc_size_t size) {
     auto* const memory = static_cast<Memory*>(png_get_mem_ptr(png));
     if (size > memory->left) {
-        memory->exceeded = true;
         return nullptr;
     }
     auto* const block = static_cast<unsigned char*>(std::malloc(size + BlockHeader));
@@ -85,16 +96,10 @@ struct Png {
     void Attach(std::FILE* file) {
         calls([&] {
             png_init_io(png, file);
-            // Our own limit is on the number of pixels.
+            // Our own limits are on the number of pixels and on the memory of all texts.
             png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+            png_set_chunk_cache_max(png, 0);
         });
-    }
-
-    /// Texts that find no memory are left out by the library without an error.
-    void CheckMemory() const {
-        if (memory.exceeded) {
-            throw std::runtime_error("its texts need more memory than an image may take");
-        }
     }
 
     void Destroy() {
@@ -111,6 +116,18 @@ struct Png {
     png_structp png = nullptr;
     png_infop info = nullptr;
 };
+
+/// The library's own buffers, and texts that are compressed and expanded at once, in a list that
+/// grows by copies.
+void LimitMemory(Png& png, ReadLimits const& limits) {
+    constexpr std::uint64_t own = 4U << 20;
+    constexpr std::uint64_t longestChunk = PNG_UINT_31_MAX;
+    std::uint64_t const texts = std::min(limits.maxTextBytes, longestChunk);
+    png.memory.left = own + 3 * texts;
+    png.memory.refusal = limits.TextRefusal() + ", or one of them is cut off";
+    // Expanding a text takes time before it takes memory.
+    png.calls([&] { png_set_chunk_malloc_max(png.png, std::max(own, texts)); });
+}
 
 bool IsLittleEndian() {
     png_uint_16 const one = 1;
@@ -148,14 +165,15 @@ std::string FromLatin1(std::string const& text) {
     return utf8;
 }
 
-void ReadTexts(png_structp png, png_infop info, CImage& image) {
+void ReadTexts(png_structp png, png_infop info, ReadLimits const& limits, CImage& image) {
+    TextReader reader(image, limits);
     png_textp texts = nullptr;
     int const count = png_get_text(png, info, &texts, nullptr);
     for (int i = 0; i < count; ++i) {
         png_text const& text = texts[i];
         std::string const value = text.text == nullptr ? "" : text.text;
         bool const isUtf8 = text.compression >= PNG_ITXT_COMPRESSION_NONE;
-        AddToTree(image.Metadata(), {FromLatin1(text.key), isUtf8 ? value : FromLatin1(value)});
+        reader.Add({FromLatin1(text.key), isUtf8 ? value : FromLatin1(value)});
     }
 }
 
@@ -201,6 +219,7 @@ int ColourType(unsigned channels) {
 boost::shared_ptr<CImage> ReadPng(std::FILE* file, ReadLimits const& limits) {
     Png png(Png::Read);
     png.Attach(file);
+    LimitMemory(png, limits);
     png_uint_32 width = 0;
     png_uint_32 height = 0;
     png.calls([&] {
@@ -232,8 +251,7 @@ boost::shared_ptr<CImage> ReadPng(std::FILE* file, ReadLimits const& limits) {
         }
         png_read_end(png.png, png.info);
     });
-    png.CheckMemory();
-    ReadTexts(png.png, png.info, *image);
+    ReadTexts(png.png, png.info, limits, *image);
     return image;
 }
 
@@ -241,7 +259,6 @@ void WritePng(std::FILE* file, StoredImage const& stored, TextEntries const& tex
     Png png(Png::Write);
     png.Attach(file);
     std::vector<png_text> const pngTexts = ToPngTexts(texts);
-    png.memory.left = std::numeric_limits<std::size_t>::max(); // the caller's own data
     png.calls([&] {
         // Measured on camera frames: several times faster than the defaults, hardly larger.
         png_set_compression_level(png.png, 1);

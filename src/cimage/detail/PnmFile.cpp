@@ -29,7 +29,7 @@ bool IsDigit(int c) {
 /// Reads the text parts: numbers between white space, comments from '#' to the end of the line.
 class Scanner {
 public:
-    explicit Scanner(std::FILE* file) : m_file(file) {}
+    Scanner(std::FILE* file, ReadLimits const& limits) : m_file(file), m_limits(limits) {}
 
     /// The next number; the one character that ends it is taken too.
     unsigned Number() {
@@ -79,9 +79,11 @@ private:
             m_comments += static_cast<char>(c);
         }
         m_comments += '\n';
+        m_limits.CheckTexts(m_comments.size());
     }
 
     std::FILE* m_file;
+    ReadLimits const& m_limits;
     std::string m_comments;
 };
 
@@ -159,7 +161,7 @@ boost::shared_ptr<CImage> ReadPnm(std::FILE* file, ReadLimits const& limits) {
     if (variety != 2 && variety != 3 && variety != 5 && variety != 6) {
         throw std::runtime_error("bitmaps and PAM files are not supported");
     }
-    Scanner scanner(file);
+    Scanner scanner(file, limits);
     unsigned const width = scanner.Number();
     unsigned const height = scanner.Number();
     unsigned const maximum = scanner.Number();
@@ -183,8 +185,9 @@ boost::shared_ptr<CImage> ReadPnm(std::FILE* file, ReadLimits const& limits) {
     } else {
         ReadText<unsigned char>(scanner, range, layout.channels, *image);
     }
+    TextReader texts(*image, limits);
     for (TextEntry const& entry : FromLines(scanner.Comments(), "Comment")) {
-        AddToTree(image->Metadata(), entry);
+        texts.Add(entry);
     }
     return image;
 }

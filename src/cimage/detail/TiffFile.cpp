@@ -360,16 +360,17 @@ boost::shared_ptr<CImage> ReadOther(Tiff const& tiff, TiffHeader const& header) 
     return image;
 }
 
-void ReadTexts(Tiff const& tiff, CImage& image) {
+void ReadTexts(Tiff const& tiff, ReadLimits const& limits, CImage& image) {
+    TextReader texts(image, limits);
     char const* text = nullptr;
     if (TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &text) == 1) {
         for (TextEntry const& entry : FromLines(text, DescriptionKey)) {
-            AddToTree(image.Metadata(), entry);
+            texts.Add(entry);
         }
     }
     for (TextTag const& known : TextTags) {
         if (TIFFGetField(tiff, known.tag, &text) == 1) {
-            AddToTree(image.Metadata(), {known.key, text});
+            texts.Add({known.key, text});
         }
     }
 }
@@ -426,7 +427,7 @@ boost::shared_ptr<CImage> ReadTiff(std::FILE* file, ReadLimits const& limits) {
     limits.Check(header.width, header.height);
     boost::shared_ptr<CImage> image =
         header.IsPlain() ? ReadPlain(tiff, header, limits) : ReadOther(tiff, header);
-    ReadTexts(tiff, *image);
+    ReadTexts(tiff, limits, *image);
     tiff.CheckWhole();
     return image;
 }
