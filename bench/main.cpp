@@ -10,6 +10,7 @@
 #include <iostream>
 #include <limits>
 #include <map>
+#include <regex>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -66,8 +67,13 @@ private:
 /// @return how many goals were missed
 int PrintTable(FastestReporter const& reporter) {
     int missed = 0;
+    std::string const wanted = benchmark::GetBenchmarkFilter();
+    std::regex const filter(wanted == "all" ? "" : wanted);
     std::printf("%-62s %-52s %8s %8s\n", "what", "against", "ratio", "goal");
     for (Figure const& figure : Figures()) {
+        if (figure.ratio && !std::regex_search(figure.what, filter)) {
+            continue;
+        }
         double const ratio = figure.ratio ? figure.ratio()
                                           : reporter.Seconds(SubjectName(figure.what)) /
                                                 reporter.Seconds(ReferenceName(figure.what));

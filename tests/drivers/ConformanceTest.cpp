@@ -14,9 +14,13 @@
 #include <boost/thread/thread.hpp>
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <iostream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -454,6 +458,73 @@ TEST_P(DrawingDriver, DeliversGrabsAndDumpsTheSameFrame) {
         EXPECT_EQ(file(9, 7), colour) << name;
         EXPECT_EQ(file(40, 40), black) << name;
     }
+}
+
+/// Notes which thread says that it writes a picture.
+struct WriterWatch : std::streambuf {
+    WriterWatch() : console(std::cout.rdbuf(this)) {}
+    ~WriterWatch() override { std::cout.rdbuf(console); }
+    std::streamsize xsputn(char const* text, std::streamsize size) override {
+        if (std::string(text, static_cast<std::size_t>(size)).find("Write image") != npos) {
+            writers.push_back(std::this_thread::get_id());
+        }
+        return size;
+    }
+    static constexpr std::size_t npos = std::string::npos;
+    std::streambuf* console;
+    std::vector<std::thread::id> writers;
+};
+
+TEST_P(DrawingDriver, WritesDumpsWholeOrNotAtAllOnItsOwnThread) {
+    OutputFolder const folder;
+    std::string const previous = CWindow::setOutputPath(folder.path.string());
+    window.SetColor(Opaque(red));
+    window.DrawBox(0, 0, 64, 48, true);
+    window.Refresh(true);
+    auto const kept = {"a.jpeg", "a.jpg", "a.pgm", "a.png", "a.pnm", "a.ppm", "a.tif", "a.tiff"};
+    std::thread::id drawer;
+    {
+        WriterWatch watch;
+        for (std::string const name : kept) {
+            window.Dump(name);
+        }
+        OnBackend(window, [&](CWindowCoreManager&) { drawer = std::this_thread::get_id(); });
+        EXPECT_EQ(watch.writers, std::vector<std::thread::id>(8, drawer));
+    }
+    EXPECT_NE(drawer, std::this_thread::get_id());
+    EXPECT_THAT(folder.Files(), testing::ElementsAreArray(kept));
+    boost::property_tree::ptree metadata;
+    for (std::string const name : kept) {
+        cimage::TImage<RGB> file;
+        cimage::Load(folder.Path(name), file, metadata);
+        bool const grey = name == "a.pgm";
+        EXPECT_NEAR(file(9, 7).r, grey ? 76 : 255, 2) << name;
+        EXPECT_NEAR(file(63, 47).g, grey ? 76 : 0, 2) << name;
+    }
+
+    std::filesystem::resize_file(folder.Path("a.ppm"), 3);
+    output.Take();
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (std::string const name : {"a.ppm", "missing/b.png", "b.bmp", "b"}) {
+        rlimit full = limit;
+        full.rlim_cur = name == "a.ppm" ? 1000 : limit.rlim_cur; // as a full disk
+        ::setrlimit(RLIMIT_FSIZE, &full);
+        window.Dump(name);
+        OnBackend(window, [](CWindowCoreManager&) {});
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        std::string const path = folder.path.string() + "/" + name;
+        EXPECT_THAT(
+            output.Take(), testing::ContainsRegex("\n\\[EE\\] [^\n]*'" + path + "': [^\n]+\n"));
+    }
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(std::filesystem::file_size(folder.Path("a.ppm")), 3U) << "what was there is kept";
+    window.Dump("a.ppm");
+    OnBackend(window, [](CWindowCoreManager&) {});
+    CWindow::setOutputPath(previous);
+    EXPECT_EQ(std::filesystem::file_size(folder.Path("a.ppm")), 64U * 48 * 3 + 13);
+    EXPECT_THAT(folder.Files(), testing::ElementsAreArray(kept));
 }
 
 TEST_P(DrawingDriver, DrawsQueuedRefreshesOnceAndGrabsTheNewestLayers) {
