@@ -51,9 +51,7 @@ TEST(CanvasDepth, ManyTrianglesAreDrawnAsOneByOne) {
                 {{channel, 255, 99, 128}, z * next(-1, 1), z * next(-2, 2), z + next(-1, 1)});
         }
     }
-    for (auto const& workers :
-         {std::shared_ptr<drivers::raster::Workers>(),
-          std::make_shared<drivers::raster::Workers>(3)}) {
+    for (unsigned const threads : {1U, 2U, 5U}) {
         Canvas all;
         all.Resize(64, 200);
         all.SetView(Matrix({64, 0, 32, 0, 0, 64, 100, 0, 0, 0, 1, 0}), {3, 7, 60, 190});
@@ -61,7 +59,7 @@ TEST(CanvasDepth, ManyTrianglesAreDrawnAsOneByOne) {
         all.State().depthNear = 0.5;
         all.State().depthFar = 9;
         Canvas single = all;
-        all.SetWorkers(workers);
+        all.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
         all.Triangles(Vertices(corners));
         for (std::size_t i = 0; i < corners.size(); i += 3) {
             VertexArray triangle = Vertices(corners);
