@@ -85,15 +85,16 @@ bool CThreadedCoreManager::OnOwnThread() const {
 }
 
 bool CThreadedCoreManager::PushCommand(SPCommand const& command) {
-    boost::shared_ptr<CWindowCoreManager> const self = weak_from_this().lock();
-    if (!self) {
+    // Not locked: this thread must not become the window's last owner.
+    boost::weak_ptr<CWindowCoreManager> const self = weak_from_this();
+    if (self.expired()) {
         return false; // going away, or not yet shared with a window
     }
     Lock const lock(m_stateLock);
     if (m_refusing) {
         return false;
     }
-    m_thread->Post(boost::shared_ptr<RenderClient>(self, this), command);
+    m_thread->Post(this, boost::weak_ptr<RenderClient>(self, this), command);
     return true;
 }
 
@@ -135,6 +136,7 @@ void CThreadedCoreManager::Quit() {
 
 void CThreadedCoreManager::Shutdown() {
     boost::this_thread::disable_interruption const uninterrupted;
+    EndRefreshers();
     {
         Lock const lock(m_stateLock);
         if (m_shutDown) {

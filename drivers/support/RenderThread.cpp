@@ -19,8 +19,11 @@ using Lock = boost::unique_lock<boost::mutex>;
 
 RenderThread::~RenderThread() = default;
 
-void RenderThread::Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command) {
-    Enqueue({client.get(), client, false}, {client.get(), client, std::move(command)});
+void RenderThread::Post(
+    RenderClient const* key,
+    boost::weak_ptr<RenderClient> const& client,
+    ui::win::SPCommand command) {
+    Enqueue({key, client, false}, {key, client, std::move(command)});
 }
 
 void RenderThread::Call(RenderClient const* client, boost::function<void()> const& function) {

@@ -41,9 +41,13 @@ public:
     RenderThread(RenderThread const&) = delete;
     RenderThread& operator=(RenderThread const&) = delete;
 
-    /// Queues a command for a window; the first one starts the thread. Any thread.
+    /// Queues a command for a window, which nobody becomes an owner of by that; the first one
+    /// starts the thread. Any thread.
     /// @throw boost::thread_resource_error where no thread can be started; nothing is queued then
-    void Post(boost::shared_ptr<RenderClient> const& client, ui::win::SPCommand command);
+    void Post(
+        RenderClient const* key,
+        boost::weak_ptr<RenderClient> const& client,
+        ui::win::SPCommand command);
 
     /// Runs a function on the thread, after what is queued, and waits for it; what it throws is
     /// thrown here. For a window that cannot be shared yet, or any more: it becomes one of the

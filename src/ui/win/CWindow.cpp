@@ -131,7 +131,8 @@ bool CWindow::RemoveAllBackend() {
     // Out of the window first: what is still done for it may use the window.
     auto const leaving = std::exchange(m_backends, {});
     for (auto const& backend : leaving) {
-        backend->Drain(); // what was asked for is still done
+        backend->EndRefreshers(); // or their commands would make the backend's thread its owner
+        backend->Drain();         // what was asked for is still done
         backend->CloseEventQueue();
     }
     return true;

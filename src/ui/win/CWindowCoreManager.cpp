@@ -4,6 +4,8 @@
 #include "kiv/ini/INIFile.h"
 
 #include <boost/current_function.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
 #include <exception>
@@ -35,7 +37,15 @@ boost::recursive_mutex CWindowCoreManager::m_iniLock;
 std::string CWindowCoreManager::g_outputPath;
 std::string CWindowCoreManager::g_resourcePath;
 
-CWindowCoreManager::CWindowCoreManager(CreationParams const& params) {
+/// The way to a window for those who do not own it.
+struct CWindowCoreManager::Reach {
+    explicit Reach(CWindowCoreManager* window) : manager(window) {}
+    boost::recursive_mutex mutex; // what is drawn at once may drop the window
+    CWindowCoreManager* manager;  // guarded by mutex; null once the window goes
+};
+
+CWindowCoreManager::CWindowCoreManager(CreationParams const& params)
+    : m_reach(boost::make_shared<Reach>(this)) {
     m_flags = params.flags;
     m_title = params.title;
     m_x = params.x;
@@ -56,7 +66,21 @@ CWindowCoreManager::CWindowCoreManager(CreationParams const& params) {
     EnablePlugin("StatusBar", true);
 }
 
-CWindowCoreManager::~CWindowCoreManager() = default;
+CWindowCoreManager::~CWindowCoreManager() {
+    EndRefreshers();
+}
+
+boost::function<bool()> CWindowCoreManager::MakeRefresher() const {
+    return [reach = m_reach] {
+        boost::lock_guard<boost::recursive_mutex> const lock(reach->mutex);
+        return reach->manager != nullptr && (reach->manager->Refresh(false), true);
+    };
+}
+
+void CWindowCoreManager::EndRefreshers() {
+    boost::lock_guard<boost::recursive_mutex> const lock(m_reach->mutex);
+    m_reach->manager = nullptr;
+}
 
 bool CWindowCoreManager::SetTitle(std::string const& title) {
     m_title = title;

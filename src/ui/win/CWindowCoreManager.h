@@ -76,6 +76,12 @@ public:
     virtual void EnableKeyboardHandle(bool enable);
     /// Redraws the window: at once when `wait`, else when the thread comes to it.
     virtual bool Refresh(bool wait);
+    /// What threads redraw the window by that must not keep it: Refresh(false), on any thread;
+    /// false once the window is being dropped. Holding the function does not hold the window.
+    boost::function<bool()> MakeRefresher() const;
+    /// Waits for the refreshers that are at work; from now on all of them answer false. The first
+    /// thing to do to a window that goes.
+    void EndRefreshers();
     /// Executes a command, or hands it to the thread that does. When it was executed it is
     /// completed, which wakes its waiters. Any thread.
     /// @return false when the backend no longer executes commands; nobody must wait then
@@ -201,7 +207,6 @@ private:
     std::string WindowKey() const;
     std::string NextDumpName();
 
-    /// Keeps the layers in place while they are walked: what replaces them meanwhile waits.
     /// Keeps the layers while they are walked through: what replaces them meanwhile waits.
     class LayerWalk {
     public:
@@ -214,6 +219,8 @@ private:
         CWindowCoreManager& m_manager;
     };
 
+    struct Reach;
+    boost::shared_ptr<Reach> const m_reach;
     std::string m_driverName;
     std::string m_outputFileFormat;
     CWidget* m_capture = nullptr;

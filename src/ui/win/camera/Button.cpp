@@ -38,29 +38,6 @@ private:
     boost::function<void()> function; // guarded by mutex
 };
 
-/// The window that a worker redraws, for as long as it is there.
-class Button::Window {
-public:
-    explicit Window(CWindowCoreManager* manager)
-        : m_manager(manager), m_owned(manager->weak_from_this()) {}
-
-    /// @return false when the window is gone
-    bool Refresh() const {
-        boost::weak_ptr<CWindowCoreManager> const nobody;
-        bool const isOwned = nobody.owner_before(m_owned) || m_owned.owner_before(nobody);
-        if (!isOwned) {
-            m_manager->Refresh(false); // not held by pointers: its owner ends the button first
-            return true;
-        }
-        boost::shared_ptr<CWindowCoreManager> const alive = m_owned.lock();
-        return alive && (alive->Refresh(false), true);
-    }
-
-private:
-    CWindowCoreManager* m_manager;
-    boost::weak_ptr<CWindowCoreManager> m_owned;
-};
-
 Button::Button(math::Rect2<int> const& rectangle, std::string label, boost::function<void()> action)
     : m_rectangle(rectangle), m_label(std::move(label)), m_action(boost::make_shared<Action>()) {
     m_action->Set(std::move(action));
@@ -128,9 +105,9 @@ bool Button::Interact(CWindowCoreManager* manager, Event const& event) {
         Lock const lock(m_workerLock);
         running.swap(m_worker);
         if (!running || !running->joinable()) {
-            m_worker =
-                boost::make_shared<boost::thread>([action = m_action, window = Window(manager)] {
-                    Repeat(*action, window, boost::posix_time::microseconds(repeatMicroseconds));
+            m_worker = boost::make_shared<boost::thread>(
+                [action = m_action, refresh = manager->MakeRefresher()] {
+                    Repeat(*action, refresh, boost::posix_time::microseconds(repeatMicroseconds));
                 });
             return true;
         }
@@ -143,14 +120,14 @@ bool Button::Interact(CWindowCoreManager* manager, Event const& event) {
 
 void Button::Periodic_Refresh(CWindowCoreManager* manager, time_duration period) {
     boost::shared_ptr<Action> const action = m_action; // the action may end this button
-    Repeat(*action, Window(manager), period);
+    Repeat(*action, manager->MakeRefresher(), period);
 }
 
-void Button::Repeat(Action& action, Window const& window, time_duration period) {
+void Button::Repeat(Action& action, boost::function<bool()> const& refresh, time_duration period) {
     try {
         do {
             action.Get()(); // throws when it is empty
-            if (!window.Refresh()) {
+            if (!refresh()) {
                 return;
             }
             boost::this_thread::sleep(microsec_clock::universal_time() + period);

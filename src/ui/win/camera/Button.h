@@ -19,9 +19,8 @@ namespace ui::win {
 /// A button that repeats its action every 50 ms from one click to the next, redrawing the window
 /// after each.
 ///
-/// The action runs on a thread of the button's own, beside the window's threads. Whatever the
-/// worker uses outlives the button and the window: both may go away while it runs, also by its own
-/// hand.
+/// The action runs on a thread of the button's own, beside the window's threads. The worker owns
+/// neither the button nor the window: both may go away while it runs, also by its own hand.
 class Button : public CWidget {
 public:
     /// @param rectangle in window pixels, bounds included
@@ -47,9 +46,10 @@ public:
 
 private:
     struct Action;
-    class Window;
-    static void
-    Repeat(Action& action, Window const& window, boost::posix_time::time_duration period);
+    static void Repeat(
+        Action& action,
+        boost::function<bool()> const& refresh,
+        boost::posix_time::time_duration period);
     boost::shared_ptr<boost::thread> TakeWorker();
 
     mutable boost::mutex m_workerLock;
