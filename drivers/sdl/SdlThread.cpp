@@ -162,9 +162,14 @@ void SdlThread::OpenDisplay() {
 }
 
 void SdlThread::End() {
-    if (!m_open) {
-        return;
+    if (m_open) {
+        CloseDisplay();
     }
+    // SDL keeps its last error for each thread, and only does this for threads of its own.
+    SDL_TLSCleanup();
+}
+
+void SdlThread::CloseDisplay() {
     m_open = false;
     m_wakesThroughSdl = false;
     m_input.clear();

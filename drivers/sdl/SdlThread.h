@@ -58,6 +58,7 @@ protected:
     void Wake() override;
 
 private:
+    void CloseDisplay();
     void ReportLoss();
     bool ConnectionHolds();
     void SleepOnX11(int milliseconds);

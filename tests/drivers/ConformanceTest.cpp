@@ -544,7 +544,8 @@ TEST_P(DrawingDriver, DrawsQueuedRefreshesOnceAndGrabsTheNewestLayers) {
     grab->Suspend();
     EXPECT_EQ((*grab->image)(5, 5), green);
     OnBackend(window, [](CWindowCoreManager& manager) { EXPECT_EQ(manager.ReplaceCount(), 4U); });
-    EXPECT_EQ(frames, 2);
+    EXPECT_GE(frames, 2);
+    EXPECT_LE(frames, 3) << "a desktop may ask for one more when it has shown the window";
 }
 
 TEST_P(DrawingDriver, TellsTheColourUnderTheMouse) {
