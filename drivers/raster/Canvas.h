@@ -188,6 +188,9 @@ private:
     /// picture is the same.
     template <class Draw>
     void InBands(double pixels, Draw const& draw);
+    /// Calls work(0) ... work(count - 1), on all workers where there are any.
+    template <class Work>
+    void Share(int count, Work const& work);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
     double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);

@@ -27,7 +27,7 @@ int EndPixel(ImageAxis const& axis, int lo, int hi) {
     return FirstCentre(std::max(axis.pixelFrom, axis.pixelTo), lo, hi);
 }
 
-bool Place(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4], Placing& placing) {
+bool Place(math::Rect2<int> const& clip, Vertex<2> const* corners, Placing& placing) {
     int first = 0;
     if (!IsUpright(corners[0], corners[1], corners[2], corners[3])) {
         if (!IsUpright(corners[1], corners[2], corners[3], corners[0])) {
@@ -116,16 +116,13 @@ void DrawRows(
 
 } // namespace
 
-math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4]) {
+math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const* corners) {
     Placing placing;
     return Place(clip, corners, placing) ? placing.area : math::Rect2<int>();
 }
 
 bool DrawUprightImage(
-    Target const& target,
-    DrawState const& state,
-    Vertex<2> const (&corners)[4],
-    ImageScratch& scratch) {
+    Target const& target, DrawState const& state, Vertex<2> const* corners, ImageScratch& scratch) {
     Placing placing;
     if (!Place(target.clip, corners, placing)) {
         return false;

@@ -13,12 +13,12 @@ namespace {
 /// Remembers the texture coordinates of the pixel that it is asked to draw.
 struct ProbeShader {
     static constexpr int Values = 2;
-    static constexpr bool HasFootprint = false;
     math::Point2<double>& texture;
     bool& found;
 
-    void Put(Colour& /*pixel*/, Run<2> const& run, int k) const {
-        texture = {run.values[0][k], run.values[1][k]};
+    template <class Values, class Pixels>
+    void Put(Values const&, Run<2> const& run, int /*count: one*/, Pixels const&) const {
+        texture = {run.values[0][0], run.values[1][0]};
         found = true;
     }
 };

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <type_traits>
 
 namespace drivers::raster {
@@ -15,12 +16,30 @@ using namespace detail;
 
 namespace {
 
+/// Corners of some triangles or quads with the values of a shader, loaded together.
+template <int N>
+struct CornerBatch {
+    static constexpr std::size_t Most = LitPoints::Most; // divides by 3 and 4
+
+    std::size_t count = 0;
+    std::size_t index[Most]; ///< of the vertex
+    Vertex<N> corner[Most];
+};
+
+/// Calls load(index, values) for each corner.
+template <int N, class Load>
+void LoadEach(CornerBatch<N>& batch, Load const& load) {
+    for (std::size_t i = 0; i < batch.count; ++i) {
+        load(batch.index[i], batch.corner[i].a);
+    }
+}
+
 /// Fills in one colour.
 struct FlatShader {
     static constexpr int Values = 0;
     Ink ink;
 
-    void Load(VertexArray const&, std::size_t, double*) const {}
+    void Load(VertexArray const&, CornerBatch<0>&) const {}
     void Fill(Colour* row, int count) const { FillPixels(row, count, ink); }
     void FillSeen(Colour* row, int count, float const* nearness, float* there) const {
         FillSeenPixels(row, count, nearness, there, ink);
@@ -29,27 +48,33 @@ struct FlatShader {
 
 constexpr std::size_t worthBands = 4096; // triangles
 
-unsigned char Channel(double value) {
-    return RoundChannel(std::clamp(value, 0.0, 255.0));
+/// Draws a run in the colours that its values are.
+template <bool Blend, int N, class Pixels>
+void PutColours(Run<N> const& run, int count, unsigned alpha, Pixels const& pixels) {
+    Colour colours[RunLength];
+    ColoursOf(N, count, run.values, alpha, colours);
+    for (int k = 0; k < count; ++k) {
+        Put<Blend>(pixels[k], colours[k]);
+    }
 }
 
 /// Runs the vertices' colours into each other.
 template <bool Blend>
 struct ColourShader {
     static constexpr int Values = 4;
-    static constexpr bool HasFootprint = false;
 
-    void Load(VertexArray const& vertices, std::size_t index, double* values) const {
-        Colour const colour = VertexColour(vertices, index);
-        values[0] = colour.r;
-        values[1] = colour.g;
-        values[2] = colour.b;
-        values[3] = colour.a;
+    void Load(VertexArray const& vertices, CornerBatch<4>& batch) const {
+        LoadEach(batch, [&](std::size_t index, double* values) {
+            Colour const colour = VertexColour(vertices, index);
+            values[0] = colour.r;
+            values[1] = colour.g;
+            values[2] = colour.b;
+            values[3] = colour.a;
+        });
     }
-    void Put(Colour& pixel, Run<4> const& run, int k) const {
-        auto const& v = run.values;
-        detail::Put<Blend>(
-            pixel, {Channel(v[0][k]), Channel(v[1][k]), Channel(v[2][k]), Channel(v[3][k])});
+    template <class Interpolated, class Pixels>
+    void Put(Interpolated const&, Run<4> const& run, int count, Pixels const& pixels) const {
+        PutColours<Blend>(run, count, 0, pixels);
     }
 };
 
@@ -57,16 +82,26 @@ struct ColourShader {
 template <bool Blend>
 struct LitShader {
     static constexpr int Values = 3;
-    static constexpr bool HasFootprint = false;
     Lighting const& lighting;
     unsigned char alpha;
 
-    void Load(VertexArray const& vertices, std::size_t index, double* values) const {
-        lighting.At(VertexPosition(vertices, index), VertexNormal(vertices, index), values);
+    void Load(VertexArray const& vertices, CornerBatch<3>& batch) const {
+        LitPoints points;
+        points.count = batch.count;
+        for (std::size_t i = 0; i < batch.count; ++i) {
+            points.SetPosition(i, VertexPosition(vertices, batch.index[i]));
+            points.SetNormal(i, VertexNormal(vertices, batch.index[i]));
+        }
+        lighting.LightUp(points);
+        for (std::size_t i = 0; i < batch.count; ++i) {
+            for (int channel = 0; channel < 3; ++channel) {
+                batch.corner[i].a[channel] = points.colour[channel][i];
+            }
+        }
     }
-    void Put(Colour& pixel, Run<3> const& run, int k) const {
-        auto const& v = run.values;
-        detail::Put<Blend>(pixel, {Channel(v[0][k]), Channel(v[1][k]), Channel(v[2][k]), alpha});
+    template <class Interpolated, class Pixels>
+    void Put(Interpolated const&, Run<3> const& run, int count, Pixels const& pixels) const {
+        PutColours<Blend>(run, count, alpha, pixels);
     }
 };
 
@@ -75,9 +110,11 @@ double SquaredLength(double x, double y) {
 }
 
 /// Drawn at half size or less along either axis of the picture, as ImageAxis has it.
-bool IsReduced(Footprint const& footprint) {
-    return SquaredLength(footprint.acrossX, footprint.acrossY) >= 4 ||
-           SquaredLength(footprint.downX, footprint.downY) >= 4;
+/// @param slack 0, or the part by which less counts too
+bool IsReduced(Footprint const& footprint, double slack = 0) {
+    double const least = 4 - 4 * slack;
+    return SquaredLength(footprint.acrossX, footprint.acrossY) >= least ||
+           SquaredLength(footprint.downX, footprint.downY) >= least;
 }
 
 /// The mean of the texels under a pixel, taken a texel apart; farther when there are very many.
@@ -116,37 +153,91 @@ Colour MeanTexel(Sampler const& sampler, double u, double v, Footprint const& fo
 template <class Sampler, bool Blend>
 struct TextureShader {
     static constexpr int Values = 2;
-    static constexpr bool HasFootprint = true;
     Sampler sampler;
     Colour colour;
     Texture const& texture;
     bool plain = colour == Colour(255, 255, 255, 255); ///< which changes nothing
 
-    void Load(VertexArray const& vertices, std::size_t index, double* values) const {
-        float const* st = VertexTexture(vertices, index);
-        values[0] = double{st[0]} * texture.width;
-        values[1] = double{st[1]} * texture.height;
+    void Load(VertexArray const& vertices, CornerBatch<2>& batch) const {
+        LoadEach(batch, [&](std::size_t index, double* values) {
+            float const* st = VertexTexture(vertices, index);
+            values[0] = double{st[0]} * texture.width;
+            values[1] = double{st[1]} * texture.height;
+        });
     }
-    void Put(Colour& pixel, Run<2> const& run, int k, Footprint const& footprint) const {
-        double const u = run.values[0][k];
-        double const v = run.values[1][k];
-        Colour const texel =
-            IsReduced(footprint) ? MeanTexel(sampler, u, v, footprint) : sampler(u, v);
+    template <class Interpolated, class Pixels>
+    void Put(Interpolated const& values, Run<2> const& run, int count, Pixels const& pixels) const {
+        double const* const u = run.values[0];
+        double const* const v = run.values[1];
+        if (IsReduced(values.LargestFootprint(run, count, Pixels::InRow), 1e-9)) {
+            for (int k = 0; k < count; ++k) {
+                Footprint const footprint = values.FootprintAt(run, k);
+                PutTexel(
+                    pixels[k],
+                    IsReduced(footprint) ? MeanTexel(sampler, u[k], v[k], footprint)
+                                         : sampler(u[k], v[k]));
+            }
+        } else if constexpr (Sampler::IsLinear) {
+            for (int k = 0; k < count; ++k) {
+                PutTexel(pixels[k], sampler(u[k], v[k]));
+            }
+        } else {
+            int column[RunLength];
+            int row[RunLength];
+            NearestTexels(count, u, v, texture.width, texture.height, column, row);
+            for (int k = 0; k < count; ++k) {
+                PutTexel(pixels[k], sampler.At(column[k], row[k]));
+            }
+        }
+    }
+
+private:
+    void PutTexel(Colour& pixel, Colour texel) const {
         detail::Put<Blend>(pixel, plain ? texel : Modulate(texel, colour));
     }
 };
 
-/// Vertex `index` in homogeneous pixel coordinates with the values of a shader.
+/// Takes the corners to homogeneous pixel coordinates, with the values of a shader.
 template <class Shader, class Reader>
-Vertex<Shader::Values> LoadVertex(
-    Shader const& shader, Reader const& reader, VertexArray const& vertices, std::size_t index) {
-    HPoint const p = reader(index);
-    Vertex<Shader::Values> v{};
-    v.x = p.x;
-    v.y = p.y;
-    v.w = p.w;
-    shader.Load(vertices, index, v.a);
-    return v;
+void LoadCorners(
+    Shader const& shader,
+    Reader const& reader,
+    VertexArray const& vertices,
+    CornerBatch<Shader::Values>& batch) {
+    for (std::size_t i = 0; i < batch.count; ++i) {
+        HPoint const p = reader(batch.index[i]);
+        batch.corner[i].x = p.x;
+        batch.corner[i].y = p.y;
+        batch.corner[i].w = p.w;
+    }
+    shader.Load(vertices, batch);
+}
+
+/// Calls draw(corner) with the first corner of each of some shapes, in order.
+/// @param numberOf the number of the first, second, ... of them among the vertices
+template <std::size_t Corners, class Shader, class Reader, class NumberOf, class Draw>
+void ForShapes(
+    Shader const& shader,
+    Reader const& reader,
+    VertexArray const& vertices,
+    std::size_t count,
+    NumberOf const& numberOf,
+    Draw const& draw) {
+    using Batch = CornerBatch<Shader::Values>;
+    static_assert(Batch::Most % Corners == 0);
+    Batch batch;
+    for (std::size_t next = 0; next < count;) {
+        for (batch.count = 0; batch.count < Batch::Most && next < count; ++next) {
+            std::size_t const first = Corners * numberOf(next);
+            for (std::size_t i = first; i < first + Corners; ++i) {
+                batch.index[batch.count++] = i;
+            }
+        }
+        LoadCorners(shader, reader, vertices, batch);
+        for (std::size_t i = 0; i < batch.count; i += Corners) {
+            draw(batch.corner + i);
+        }
+    }
 }
 
 /// Calls draw(shader, reader) with what the vertices, the view and the state ask for.
@@ -193,39 +284,32 @@ void Canvas::Triangles(VertexArray const& vertices) {
     }
     View const view = MakeView();
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
+        using Shader = std::decay_t<decltype(shader)>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
-        auto const draw = [&](Target const& target, std::size_t triangle) {
-            std::size_t const i = 3 * triangle;
-            DrawTriangle<affine>(
-                target,
-                shader,
-                view.range,
-                LoadVertex(shader, reader, vertices, i),
-                LoadVertex(shader, reader, vertices, i + 1),
-                LoadVertex(shader, reader, vertices, i + 2));
-        };
         std::size_t const triangles = vertices.count / 3;
-        if (triangles >= worthBands) {
-            m_rowBands.Sort(reader, triangles, m_clip);
-            Target const whole = MakeTarget();
-            auto const drawBand = [&](int band) {
-                Target part = whole;
-                part.clip = m_rowBands.Clip(band);
-                m_rowBands.ForEach(band, [&](std::size_t i) { draw(part, i); });
+        auto const draw = [&](Target const& target, std::size_t count, auto const& numberOf) {
+            auto const drawOne = [&](Vertex<Shader::Values> const* corner) {
+                DrawTriangle<affine>(target, shader, view.range, corner[0], corner[1], corner[2]);
             };
-            if (m_workers) {
-                m_workers->Run(m_rowBands.Count(), drawBand);
-            } else {
-                for (int band = 0; band < m_rowBands.Count(); ++band) {
-                    drawBand(band);
-                }
-            }
+            ForShapes<3>(shader, reader, vertices, count, numberOf, drawOne);
+        };
+        if (triangles < worthBands) {
+            InBands(PixelsOf(vertices, 3), [&](Target const& target, Scratch&) {
+                draw(target, triangles, [](std::size_t i) { return i; });
+            });
             return;
         }
-        InBands(PixelsOf(vertices, 3), [&](Target const& target, Scratch&) {
-            for (std::size_t i = 0; i < triangles; ++i) {
-                draw(target, i);
-            }
+        Target const whole = MakeTarget();
+        auto const share = [&](int count, auto const& work) { Share(count, work); };
+        m_rowBands.Sort(share, m_clip, triangles, [&](std::size_t i, double& top, double& bottom) {
+            return ReachOfShape(reader, 3 * i, 3, top, bottom);
+        });
+        Share(m_rowBands.Count(), [&](int band) {
+            Target part = whole;
+            part.clip = m_rowBands.Clip(band);
+            m_rowBands.ForParts(band, [&](std::uint32_t const* numbers, std::size_t count) {
+                draw(part, count, [=](std::size_t i) { return std::size_t{numbers[i]}; });
+            });
         });
     });
 }
@@ -237,35 +321,31 @@ void Canvas::Quads(VertexArray const& vertices) {
     View const view = MakeView();
     WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
+        using Corner = Vertex<Shader::Values>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
-        using Corners = Vertex<Shader::Values>[4];
-        auto const load = [&](std::size_t first, Corners& corners) {
-            for (std::size_t i = 0; i < 4; ++i) {
-                corners[i] = LoadVertex(shader, reader, vertices, first + i);
-            }
+        std::size_t const quads = vertices.count / 4;
+        auto const forQuads = [&](std::size_t count, auto const& draw) {
+            ForShapes<4>(
+                shader, reader, vertices, count, [](std::size_t i) { return i; }, draw);
         };
         if constexpr (affine && Shader::Values == 2) {
-            if (!m_state.blend && vertices.count >= 4) {
-                Corners first;
-                load(0, first);
-                ClearExcept(UprightArea(m_clip, first));
+            if (!m_state.blend) {
+                forQuads(std::min<std::size_t>(quads, 1), [&](Corner const* corner) {
+                    ClearExcept(UprightArea(m_clip, corner));
+                });
             }
         }
         InBands(PixelsOf(vertices, 4), [&](Target const& target, Scratch& scratch) {
             (void)scratch; // only textures on upright quads need it
-            Corners corners;
-            for (std::size_t i = 0; i + 3 < vertices.count; i += 4) {
-                load(i, corners);
+            forQuads(quads, [&](Corner const* corner) {
                 if constexpr (affine && Shader::Values == 2) {
-                    if (DrawUprightImage(target, m_state, corners, scratch.image)) {
-                        continue;
+                    if (DrawUprightImage(target, m_state, corner, scratch.image)) {
+                        return;
                     }
                 }
-                DrawTriangle<affine>(
-                    target, shader, view.range, corners[0], corners[1], corners[2]);
-                DrawTriangle<affine>(
-                    target, shader, view.range, corners[0], corners[2], corners[3]);
-            }
+                DrawTriangle<affine>(target, shader, view.range, corner[0], corner[1], corner[2]);
+                DrawTriangle<affine>(target, shader, view.range, corner[0], corner[2], corner[3]);
+            });
         });
     });
 }

@@ -28,4 +28,15 @@ void Canvas::InBands(double pixels, Draw const& draw) {
     });
 }
 
+template <class Work>
+void Canvas::Share(int count, Work const& work) {
+    if (m_workers && count > 1) {
+        m_workers->Run(count, work);
+        return;
+    }
+    for (int i = 0; i < count; ++i) {
+        work(i);
+    }
+}
+
 } // namespace drivers::raster

@@ -94,6 +94,8 @@ inline Colour Bilinear(Colour a, Colour b, Colour c, Colour d, unsigned fu, unsi
 template <class T, bool Linear>
 class Sampler {
 public:
+    static constexpr bool IsLinear = Linear;
+
     explicit Sampler(Texture const& texture) : m_texture(texture) {}
 
     Colour operator()(double u, double v) const {
@@ -115,13 +117,14 @@ public:
         return At(NearestTexel(u, m_texture.width), NearestTexel(v, m_texture.height));
     }
 
-private:
+    /// The texel of that column and row.
     Colour At(int x, int y) const {
         return T::Read(
             m_texture.pixels + static_cast<std::size_t>(y) * m_texture.stride +
             static_cast<std::size_t>(x) * T::Bytes);
     }
 
+private:
     Texture m_texture;
 };
 

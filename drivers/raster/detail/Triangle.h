@@ -3,29 +3,39 @@
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Clip.h"
 #include "drivers/raster/detail/Polygon.h"
+#include "drivers/raster/detail/RunLoops.h"
 #include "drivers/raster/detail/TriangleWalk.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace drivers::raster::detail {
 
-/// A value over a triangle, linear on the screen.
-struct Slope {
-    double atOrigin;
-    double perX;
-    double perY;
-};
-
-/// Pixels that are interpolated together.
-constexpr int RunLength = 64;
-
-/// N values at some neighbouring pixels, and how near those are.
+/// N values at some pixels of a triangle.
 template <int N>
 struct Run {
     double values[N > 0 ? N : 1][RunLength];
-    double
-        scale[RunLength]; ///< what the values were multiplied by: distance in front of the camera
-    float nearness[RunLength];
+    double scale[RunLength]; ///< with perspective, what the values were multiplied by: the distance
+};
+
+/// Scattered pixels of a triangle that wait for being drawn together.
+struct WaitingPixels {
+    int count = 0;
+    double dx[RunLength];
+    double dy[RunLength];
+    Colour* pixels[RunLength];
+};
+
+/// Where the pixels of a run are.
+struct PixelsInRow {
+    static constexpr bool InRow = true;
+    Colour* first;
+    Colour& operator[](int k) const { return first[k]; }
+};
+struct ScatteredPixels {
+    static constexpr bool InRow = false;
+    Colour* const* pixels;
+    Colour& operator[](int k) const { return *pixels[k]; }
 };
 
 /// How much a texture's coordinates grow from pixel to pixel.
@@ -52,55 +62,86 @@ public:
         }
     }
 
-    /// Prepares a row of pixels.
-    void Row(int y) {
-        for (int i = 0; i < Count; ++i) {
-            m_row[i] = m_slopes[i].atOrigin + (y + 0.5 - m_y) * m_slopes[i].perY;
-        }
-    }
-    /// How near the pixels x, x + 1, ... of that row are, at their centres.
-    void Nearness(int x, int count, float* out) const {
+    double DX(int x) const { return x + 0.5 - m_x; }
+    double DY(int y) const { return y + 0.5 - m_y; }
+    /// How near the pixels of a row are, but for what grows along it.
+    double NearnessOfRow(int y) const {
         static_assert(Perspective);
-        for (int k = 0; k < count; ++k) {
-            out[k] = static_cast<float>(m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
-        }
+        return m_slopes[N].atOrigin + DY(y) * m_slopes[N].perY;
     }
-    /// The values at those pixels.
-    void Values(int x, int count, Run<N>& run) const {
-        for (int k = 0; k < count; ++k) {
-            run.scale[k] = 1;
-            if constexpr (Perspective) {
-                run.scale[k] = 1 / (m_row[N] + (x + k + 0.5 - m_x) * m_slopes[N].perX);
-            }
+    /// How near a pixel is, at its centre.
+    float Nearness(double row, int x) const {
+        return static_cast<float>(row + DX(x) * m_slopes[N].perX);
+    }
+    /// How near the pixels x, x + 1, ... are; fills up `out`.
+    void Nearness(double row, int x, int count, float* out) const {
+        NearnessAlong(x, count, m_x, row, m_slopes[N].perX, out);
+    }
+    /// The values at pixels side by side.
+    void Along(int y, int x, int count, Run<N>& run) const {
+        double rows[Count > 0 ? Count : 1];
+        for (int i = 0; i < Count; ++i) {
+            rows[i] = m_slopes[i].atOrigin + DY(y) * m_slopes[i].perY;
         }
-        for (int i = 0; i < N; ++i) {
-            for (int k = 0; k < count; ++k) {
-                double const value = m_row[i] + (x + k + 0.5 - m_x) * m_slopes[i].perX;
-                run.values[i][k] = Perspective ? value * run.scale[k] : value;
-            }
-        }
+        ValuesAlong(N, x, count, m_x, rows, m_slopes, ScaleOf(run), run.values);
+    }
+    void At(WaitingPixels& waiting, Run<N>& run) const {
+        ValuesAt(N, waiting.count, waiting.dx, waiting.dy, m_slopes, ScaleOf(run), run.values);
     }
 
     /// How the first two of the values grow at pixel k of the run.
     Footprint FootprintAt(Run<N> const& run, int k) const {
         if constexpr (Perspective) {
-            // Of values * (1 / distance) divided by (1 / distance), by the quotient rule.
-            auto const grow = [&](int i, double Slope::*per) {
-                double const own = m_slopes[i].*per - run.values[i][k] * m_slopes[N].*per;
-                return own * run.scale[k];
-            };
-            return {
-                grow(0, &Slope::perX),
-                grow(1, &Slope::perX),
-                grow(0, &Slope::perY),
-                grow(1, &Slope::perY)};
+            return Grown({run.values[0][k], run.values[1][k]}, run.scale[k]);
         } else {
             return {m_slopes[0].perX, m_slopes[1].perX, m_slopes[0].perY, m_slopes[1].perY};
         }
     }
+    /// At least how much they grow anywhere in the run, either way.
+    /// @param inRow the pixels lie side by side, where all of this only rises or only falls
+    Footprint LargestFootprint(Run<N> const& run, int count, bool inRow) const {
+        Footprint most = FootprintAt(run, 0);
+        if constexpr (Perspective) {
+            // Linear in the values: the largest is at one of their ends.
+            int const last = count - 1;
+            math::Point2<double> from{run.values[0][0], run.values[1][0]};
+            math::Point2<double> to{run.values[0][last], run.values[1][last]};
+            double scale = std::max(run.scale[0], run.scale[last]);
+            for (int k = 0; !inRow && k < count; ++k) {
+                from.x = std::min(from.x, run.values[0][k]);
+                to.x = std::max(to.x, run.values[0][k]);
+                from.y = std::min(from.y, run.values[1][k]);
+                to.y = std::max(to.y, run.values[1][k]);
+                scale = std::max(scale, run.scale[k]);
+            }
+            Footprint const low = Grown(from, scale);
+            Footprint const high = Grown(to, scale);
+            auto const larger = [](double p, double q) {
+                return std::max(std::abs(p), std::abs(q));
+            };
+            most = {
+                larger(low.acrossX, high.acrossX),
+                larger(low.acrossY, high.acrossY),
+                larger(low.downX, high.downX),
+                larger(low.downY, high.downY)};
+        }
+        return most;
+    }
 
 private:
     static constexpr int Count = N + (Perspective ? 1 : 0);
+
+    static double* ScaleOf(Run<N>& run) { return Perspective ? run.scale : nullptr; }
+
+    // Of values * (1 / distance) divided by (1 / distance), by the quotient rule.
+    Footprint Grown(math::Point2<double> const& at, double scale) const {
+        Slope const& near = m_slopes[N];
+        return {
+            (m_slopes[0].perX - at.x * near.perX) * scale,
+            (m_slopes[1].perX - at.y * near.perX) * scale,
+            (m_slopes[0].perY - at.x * near.perY) * scale,
+            (m_slopes[1].perY - at.y * near.perY) * scale};
+    }
 
     static Slope Through(
         Vertex<N> const& a,
@@ -121,57 +162,98 @@ private:
     double m_x;
     double m_y;
     Slope m_slopes[Count > 0 ? Count : 1];
-    double m_row[Count > 0 ? Count : 1];
 };
 
-/// Draws pixel k of a run.
-template <int N, bool Perspective, class Shader>
-void PutPixel(
-    Interpolation<N, Perspective> const& values,
-    Shader const& shader,
-    Run<N> const& run,
-    int k,
-    Colour& pixel) {
-    if constexpr (Shader::HasFootprint) {
-        shader.Put(pixel, run, k, values.FootprintAt(run, k));
-    } else {
-        shader.Put(pixel, run, k);
-    }
-}
+/// Draws the pixels of one triangle that has values, in runs: those side by side when there are
+/// many, else those of several rows.
+template <bool Perspective, bool Depth, class Shader>
+class TriangleFill {
+public:
+    static constexpr int N = Shader::Values;
+    using Values = Interpolation<N, Perspective>;
 
-/// Draws those of some neighbouring pixels that pass the depth test.
-template <int N, class Shader>
-void PutSeen(
-    Interpolation<N, true> const& values,
-    Shader const& shader,
-    int x,
-    int count,
-    Run<N>& run,
-    Colour* pixels,
-    float* there) {
-    constexpr int worthLoops = 16; // fewer pixels are sooner done one by one, most are hidden
-    if (count < worthLoops) {
-        for (int k = 0; k < count; ++k) {
-            values.Nearness(x + k, 1, run.nearness);
-            if (IsSeen(there[k], run.nearness[0])) {
-                values.Values(x + k, 1, run);
-                PutPixel(values, shader, run, 0, pixels[k]);
+    TriangleFill(Target const& target, Shader const& shader, Values const& values)
+        : m_target(target), m_shader(shader), m_values(values) {}
+
+    void Span(int y, int x0, int x1) {
+        if constexpr (Depth) {
+            m_nearRow = m_values.NearnessOfRow(y);
+        }
+        for (int x = x0; x < x1; x += RunLength) {
+            int const count = std::min(RunLength, x1 - x);
+            if (count < WorthLoops) {
+                Few(y, x, count);
+            } else {
+                Many(y, x, count);
             }
         }
-        return;
     }
-    values.Nearness(x, count, run.nearness);
-    values.Values(x, count, run);
-    for (int k = 0; k < count; ++k) {
-        if (IsSeen(there[k], run.nearness[k])) {
-            PutPixel(values, shader, run, k, pixels[k]);
+    /// Draws what waits.
+    void Finish() {
+        if (m_waiting.count > 0) {
+            m_values.At(m_waiting, m_run);
+            m_shader.Put(m_values, m_run, m_waiting.count, ScatteredPixels{m_waiting.pixels});
+            m_waiting.count = 0;
         }
     }
-}
+
+private:
+    static constexpr int WorthLoops = 16; // pixels; fewer are sooner looked at one by one
+
+    void Few(int y, int x, int count) {
+        Reserve(count);
+        float* const there = Depth ? m_target.NearnessAt(x, y) : nullptr;
+        for (int k = 0; k < count; ++k) {
+            bool seen = true;
+            if constexpr (Depth) {
+                seen = IsSeen(there[k], m_values.Nearness(m_nearRow, x + k));
+            }
+            Wait(y, x + k, seen);
+        }
+    }
+
+    void Many(int y, int x, int count) {
+        if constexpr (Depth) {
+            float* const there = m_target.NearnessAt(x, y);
+            float nearness[RunLength];
+            m_values.Nearness(m_nearRow, x, count, nearness);
+            if (!TakeOverAll(count, nearness, there)) {
+                Reserve(count);
+                for (int k = 0; k < count; ++k) {
+                    Wait(y, x + k, IsSeen(there[k], nearness[k]));
+                }
+                return;
+            }
+        }
+        m_values.Along(y, x, count, m_run);
+        m_shader.Put(m_values, m_run, count, PixelsInRow{m_target.At(x, y)});
+    }
+
+    void Reserve(int count) {
+        if (m_waiting.count + count > RunLength) {
+            Finish();
+        }
+    }
+
+    /// Without a branch: whether a pixel is seen is hard to foretell.
+    void Wait(int y, int x, bool seen) {
+        int const last = m_waiting.count;
+        m_waiting.dx[last] = m_values.DX(x);
+        m_waiting.dy[last] = m_values.DY(y);
+        m_waiting.pixels[last] = m_target.At(x, y);
+        m_waiting.count = last + (seen ? 1 : 0);
+    }
+
+    Target const& m_target;
+    Shader const& m_shader;
+    Values const& m_values;
+    double m_nearRow = 0;
+    WaitingPixels m_waiting;
+    Run<N> m_run;
+};
 
 /// Fills one projected triangle. The shader says how many values a vertex has (Values), and draws
-/// neighbouring pixels with Fill() when there are none, one pixel with Put() otherwise, which may
-/// ask for a footprint in the first two of them (HasFootprint).
+/// neighbouring pixels with Fill() when there are none, else with Put() the pixels of a run.
 template <bool Perspective, bool Depth, class Shader>
 void FillTriangle(
     Target const& target,
@@ -188,27 +270,22 @@ void FillTriangle(
         WalkTriangle(target.clip, a, b, c, area, [&](int y, int x0, int x1) {
             shader.Fill(target.At(x0, y), x1 - x0);
         });
-    } else {
-        Interpolation<N, Perspective> values(a, b, c, area);
+    } else if constexpr (N == 0) {
+        Interpolation<N, Perspective> const values(a, b, c, area);
         WalkTriangle(target.clip, a, b, c, area, [&](int y, int x0, int x1) {
-            values.Row(y);
-            Run<N> run;
+            float nearness[RunLength];
             for (int x = x0; x < x1; x += RunLength) {
                 int const count = std::min(RunLength, x1 - x);
-                Colour* pixels = target.At(x, y);
-                if constexpr (Depth && N > 0) {
-                    PutSeen(values, shader, x, count, run, pixels, target.NearnessAt(x, y));
-                } else if constexpr (Depth) {
-                    values.Nearness(x, count, run.nearness);
-                    shader.FillSeen(pixels, count, run.nearness, target.NearnessAt(x, y));
-                } else {
-                    values.Values(x, count, run);
-                    for (int k = 0; k < count; ++k) {
-                        PutPixel(values, shader, run, k, pixels[k]);
-                    }
-                }
+                values.Nearness(values.NearnessOfRow(y), x, count, nearness);
+                shader.FillSeen(target.At(x, y), count, nearness, target.NearnessAt(x, y));
             }
         });
+    } else {
+        Interpolation<N, Perspective> const values(a, b, c, area);
+        TriangleFill<Perspective, Depth, Shader> fill(target, shader, values);
+        WalkTriangle(
+            target.clip, a, b, c, area, [&](int y, int x0, int x1) { fill.Span(y, x0, x1); });
+        fill.Finish();
     }
 }
 

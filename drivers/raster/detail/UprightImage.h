@@ -17,15 +17,12 @@ struct ImageScratch {
 };
 
 /// The pixels that DrawUprightImage() would draw; empty also when the quad is not of that kind.
-math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const (&corners)[4]);
+math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const* corners);
 
 /// Draws a textured quad without perspective whose sides are rows and columns, row by row; one to
 /// one it is a copy. The corners' values are texture coordinates in texels.
 /// @return false, with nothing drawn, when the quad is not of that kind
 bool DrawUprightImage(
-    Target const& target,
-    DrawState const& state,
-    Vertex<2> const (&corners)[4],
-    ImageScratch& scratch);
+    Target const& target, DrawState const& state, Vertex<2> const* corners, ImageScratch& scratch);
 
 } // namespace drivers::raster::detail
