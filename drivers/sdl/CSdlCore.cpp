@@ -22,7 +22,8 @@ namespace {
 
 Core_Registration<CSdlCore> const registrar("SDL");
 
-constexpr Uint32 placingTime = 500; // milliseconds that window managers take for a new window
+constexpr double minScaleStep = 0.1; // more than whole units make of one scale
+constexpr Uint32 placingTime = 500;  // milliseconds that window managers take for a new window
 
 /// A size of the given proportions that keeps the edge which was changed more.
 std::pair<int, int> WithAspect(
@@ -112,7 +113,6 @@ std::string CSdlCore::GetConnectionString() const {
 }
 
 void CSdlCore::OpenWindow() {
-    bool const shaped = !m_shape.mask.empty();
     bool const placed = X() != -1 || Y() != -1;
     auto const undefined = static_cast<int>(SDL_WINDOWPOS_UNDEFINED);
     // Shown at the end only: SDL must know of everything that the window manager is told once.
@@ -120,6 +120,7 @@ void CSdlCore::OpenWindow() {
                          ((Flags() & StateUndecorated) != 0 ? Uint32{SDL_WINDOW_BORDERLESS} : 0U);
     int const width = static_cast<int>(Width());
     int const height = static_cast<int>(Height());
+    bool const shaped = !m_shape.mask.empty();
     if (shaped) {
         m_window = SDL_CreateShapedWindow(
             Title().c_str(), 0, 0, Width(), Height(), flags & ~SDL_WINDOW_RESIZABLE);
@@ -139,6 +140,7 @@ void CSdlCore::OpenWindow() {
         m_connection = ConnectionString(m_display->VideoDriver(), m_window);
     }
     SDL_SetWindowSize(m_window, ToUnits(Width()), ToUnits(Height()));
+    m_surface.Attach(m_window);
     if (shaped) {
         ApplyShape();
         SDL_SetWindowPosition(m_window, placed ? X() : 0, placed ? Y() : 0);
@@ -147,6 +149,8 @@ void CSdlCore::OpenWindow() {
     SDL_StartTextInput();
     m_surfaceIsNew = true;
     m_fillsScreen = false;
+    m_pixelsPerUnit = PixelsPerUnit();
+    AdoptSize(); // what whole units make of it
     if ((Flags() & StateFullScreen) != 0) {
         SetFullScreenMode(true);
     }
@@ -159,6 +163,7 @@ void CSdlCore::CloseWindow() {
     SDL_Window* const window = std::exchange(m_window, nullptr);
     if (window != nullptr && !SdlThread::IsLost()) {
         m_display->Remove(window);
+        m_surface.Detach();
         SDL_DestroyWindow(window);
     }
 }
@@ -345,6 +350,9 @@ bool CSdlCore::GetScreenGeometry(ScreenGeometry* geometry) {
 }
 
 bool CSdlCore::SetWindowShape(unsigned char const* mask, unsigned stride, unsigned height) {
+    if (IsOpen() && !m_display->HasShapes()) {
+        return false;
+    }
     bool const wasShaped = !m_shape.mask.empty();
     m_shape = Shape();
     if (mask != nullptr && stride > 0 && height > 0) {
@@ -411,6 +419,17 @@ void CSdlCore::HintAspect() {
 #endif
 }
 
+/// Keeps the size of a window that has come to a screen of another scale.
+void CSdlCore::KeepPixels() {
+    double const scale = PixelsPerUnit();
+    bool const another = std::abs(scale - std::exchange(m_pixelsPerUnit, scale)) > minScaleStep;
+    if (another && IsFreelySized()) {
+        ResizeWindow(Width(), Height());
+    } else if (another) {
+        AdoptSize();
+    }
+}
+
 /// Corrects a size that the user chose; once, for a window manager may insist on its own.
 void CSdlCore::KeepAspect() {
     int width = 0;
@@ -443,17 +462,7 @@ void CSdlCore::Present() {
     if (!IsShown()) {
         return;
     }
-    SDL_Surface* const surface = SDL_GetWindowSurface(m_window);
-    Check(surface != nullptr, "SDL_GetWindowSurface");
-    std::vector<SDL_Rect> const& changed =
-        m_surfaceCopy.Update(ShownPicture(), *surface, std::exchange(m_surfaceIsNew, false));
-    if (!changed.empty()) {
-        // Returns when the server has taken the picture: no second one is ever under way.
-        Check(
-            SDL_UpdateWindowSurfaceRects(
-                m_window, changed.data(), static_cast<int>(changed.size())) == 0,
-            "SDL_UpdateWindowSurfaceRects");
-    }
+    m_surface.Show(ShownPicture(), std::exchange(m_surfaceIsNew, false));
 }
 
 void CSdlCore::TakeInput() {
@@ -517,6 +526,7 @@ void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
         break;
     case SDL_WINDOWEVENT_SIZE_CHANGED:
         m_surfaceIsNew = true;
+        KeepPixels();
         break;
     case SDL_WINDOWEVENT_CLOSE:
         SetVisibility(false);

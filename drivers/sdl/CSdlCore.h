@@ -2,7 +2,7 @@
 
 #include "drivers/raster/CRasterCoreManager.h"
 #include "drivers/sdl/SdlThread.h"
-#include "drivers/sdl/SurfaceCopy.h"
+#include "drivers/sdl/WindowSurface.h"
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
@@ -39,7 +39,7 @@ public:
     bool SetBackgroundColor(Colour colour) override;
     bool SetCustomStatusBar(std::string const& text) override;
     /// A shaped window has no frame and is not resized by the user. Without mask (null, or a size
-    /// of 0) the window is a plain one again.
+    /// of 0) the window is a plain one again. @return false where windows have no shapes (Wayland)
     bool SetWindowShape(unsigned char const* mask, unsigned stride, unsigned height) override;
     bool SetFullScreenMode(bool fullScreen) override;
     bool SetVisibility(bool visible) override;
@@ -72,6 +72,7 @@ private:
     void FillScreen(bool fill);
     void HintAspect();
     void KeepAspect();
+    void KeepPixels();
     void ShowAgain();
     /// @}
 
@@ -91,9 +92,10 @@ private:
     boost::shared_ptr<SdlThread> m_display;
     SDL_Window* m_window = nullptr;
     Shape m_shape;
-    SurfaceCopy m_surfaceCopy;
+    WindowSurface m_surface;
     bool m_surfaceIsNew = true; // what the surface holds is not what the screen shows
     bool m_fillsScreen = false;
+    double m_pixelsPerUnit = 1;
     SDL_Rect m_windowed{0, 0, 0, 0}; // where it goes back to when it no longer does
     Uint32 m_placeAgainUntil = 0;
     std::pair<int, int> m_refusedSize; // of the user's, that was corrected before

@@ -56,9 +56,11 @@ void SetHints() {
     struct {
         char const* name;
         char const* value;
+        SDL_HintPriority priority = SDL_HINT_DEFAULT;
     } const hints[] = {
         // The plain path to the window: the fastest without a GPU, and the one that keeps shapes.
-        {SDL_HINT_FRAMEBUFFER_ACCELERATION, "0"},
+        // Else SDL's textures, which are not as large as windows of scaled screens; ours are.
+        {SDL_HINT_FRAMEBUFFER_ACCELERATION, "0", SDL_HINT_OVERRIDE},
         // The application's signals, screen saver and compositor are its own.
         {SDL_HINT_NO_SIGNAL_HANDLERS, "1"},
         {SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1"},
@@ -68,7 +70,7 @@ void SetHints() {
         {SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1"},
     };
     for (auto const& hint : hints) {
-        SDL_SetHintWithPriority(hint.name, hint.value, SDL_HINT_DEFAULT);
+        SDL_SetHintWithPriority(hint.name, hint.value, hint.priority);
     }
 }
 

@@ -49,6 +49,8 @@ public:
     static bool IsLost();
     /// Name of SDL's video driver, such as "x11".
     std::string const& VideoDriver() const { return m_videoDriver; }
+    /// Whether windows can have shapes. SDL tells only after a try, and dies of some.
+    bool HasShapes() const { return m_videoDriver == "x11" || m_videoDriver == "windows"; }
     /// @}
 
 protected:

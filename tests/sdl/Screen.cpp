@@ -98,6 +98,42 @@ int Screen::Differences(CWindow& window) const {
     return differences;
 }
 
+int Screen::Find(cimage::TImage<RGB> const& picture, std::pair<int, int>& origin) const {
+    auto const w = static_cast<int>(picture.Width());
+    auto const h = static_cast<int>(picture.Height());
+    XWindowAttributes all;
+    XGetWindowAttributes(m_display, Root(), &all);
+    auto const image = [&] {
+        auto const width = static_cast<unsigned>(all.width);
+        auto const height = static_cast<unsigned>(all.height);
+        return XGetImage(m_display, Root(), 0, 0, width, height, AllPlanes, ZPixmap);
+    }();
+    auto const differences = [&](int left, int top, int rows) {
+        int count = 0;
+        for (int y = 0; y < rows; ++y) {
+            for (int x = 0; x < w; ++x) {
+                RGB const shown = ToColour(XGetPixel(image, left + x, top + y));
+                count += shown == picture[static_cast<unsigned>(y)][x] ? 0 : 1;
+            }
+        }
+        return count;
+    };
+    int least = w * h;
+    for (int top = 0; top + h <= all.height; ++top) {
+        for (int left = 0; left + w <= all.width; ++left) {
+            bool const starts = ToColour(XGetPixel(image, left, top)) == picture[0][0];
+            if (starts && differences(left, top, 1) < w / 2) {
+                if (int const count = differences(left, top, h); count < least) {
+                    least = count;
+                    origin = {left, top};
+                }
+            }
+        }
+    }
+    XDestroyImage(image);
+    return least;
+}
+
 void Screen::PressCloseButton(CWindow const& window) const {
     XEvent event{};
     event.xclient.type = ClientMessage;

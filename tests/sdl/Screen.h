@@ -31,6 +31,9 @@ public:
     RGB Pixel(Number number, int x, int y) const;
     /// Pixels in which the window is not the frame that its core has; -1 for another size.
     int Differences(ui::win::CWindow& window) const;
+    /// Pixels in which what the screen shows is not the picture, wherever it lies; as `origin` the
+    /// place with the fewest. Its first row must be like no other.
+    int Find(cimage::TImage<RGB> const& picture, std::pair<int, int>& origin) const;
     /// Does what the close button in a window's frame does.
     void PressCloseButton(ui::win::CWindow const& window) const;
 

@@ -1,8 +1,10 @@
 // Windows of an X server that this program starts, with hands on mouse and keyboard: xdotool.
-// The suites of every driver run here too. --window-manager runs all of it under one.
+// The suites of every driver run here too. --window-manager runs all of it under one; --wayland
+// runs the suites, and WaylandTest.cpp, in a compositor.
 
 #include "drivers/TestWindow.h"
 #include "drivers/TestedDrivers.h"
+#include "sdl/Hands.h"
 #include "sdl/Screen.h"
 #include "sdl/XServer.h"
 #include "support/CapturedOutput.h"
@@ -14,9 +16,7 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <thread>
 
@@ -38,23 +38,6 @@ using namespace tests;
 using testing::ElementsAre;
 
 bool g_windowManager = false;
-
-template <class Condition>
-bool Eventually(Condition const& condition) {
-    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
-
-/// Moves, clicks and types. Returns when the server has been told.
-void Xdotool(std::string const& arguments) {
-    ASSERT_EQ(std::system(("xdotool " + arguments + " >/dev/null 2>&1").c_str()), 0) << arguments;
-}
 
 constexpr unsigned width = 320;
 constexpr unsigned height = 240;
@@ -91,20 +74,7 @@ struct SdlWindow : testing::Test {
         }
     }
 
-    /// The next event of one of these kinds; of type 0 when none comes.
-    Event Next(unsigned kinds) {
-        Event event;
-        bool const came = Eventually([&] {
-            window.FlushEvent();
-            while (window.GetNextEvent(event)) {
-                if ((event.type & kinds) != 0) {
-                    return true;
-                }
-            }
-            return false;
-        });
-        return came ? event : Event();
-    }
+    Event Next(unsigned kinds) { return NextEvent(window, kinds); }
 
     /// Screen position of a pixel of the window, for xdotool.
     std::string At(int x, int y) {
@@ -113,16 +83,8 @@ struct SdlWindow : testing::Test {
     }
 
     void Draw(unsigned seed) {
-        cimage::TImage<RGB> noise(width, height);
-        for (unsigned i = 0; i < width * height; ++i) {
-            seed = seed * 1664525 + 1013904223;
-            noise(i % width, i / width) =
-                RGB(static_cast<unsigned char>(seed >> 8),
-                    static_cast<unsigned char>(seed >> 16),
-                    static_cast<unsigned char>(seed >> 24));
-        }
         window.Clear();
-        window.DrawImage(0, 0, noise);
+        window.DrawImage(0, 0, Noise(width, height, seed));
         window.Refresh(true);
     }
 
@@ -493,13 +455,24 @@ TEST_F(SdlWindow, PansWithTheMouse) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    g_windowManager = argc > 1 && std::strcmp(argv[1], "--window-manager") == 0;
-    if (!XServer::IsThere()) {
-        std::cout << "Skipped: Xvfb, xdotool and openbox are not installed\n";
+    std::string const mode = argc > 1 ? argv[1] : "";
+    bool const wayland = mode == "--wayland";
+    g_windowManager = mode == "--window-manager";
+    if (!(wayland ? Weston::IsThere() : XServer::IsThere())) {
+        std::cout << "Skipped: Xvfb, xdotool, openbox or weston is not installed\n";
         return 77; // as CMakeLists.txt tells CTest
+    }
+    if (GTEST_FLAG_GET(filter) == "*") {
+        GTEST_FLAG_SET(filter, wayland ? "-SdlWindow.*" : "-WaylandWindow.*");
     }
     XServer const server(g_windowManager);
     setenv("DISPLAY", server.Display().c_str(), 1);
-    setenv("SDL_VIDEODRIVER", "x11", 1);
+    setenv("SDL_VIDEODRIVER", wayland ? "wayland" : "x11", 1);
+    if (!wayland) {
+        return RUN_ALL_TESTS();
+    }
+    Weston const weston(server);
+    setenv("XDG_RUNTIME_DIR", weston.Folder().c_str(), 1);
+    setenv("WAYLAND_DISPLAY", Weston::Display, 1);
     return RUN_ALL_TESTS();
 }

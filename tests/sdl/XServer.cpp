@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -146,6 +147,41 @@ XServer::XServer(bool windowManager, int width, int height) {
             std::vector<std::string>{"DISPLAY=" + m_display});
         WaitForWindowManager(m_display);
     }
+}
+
+bool Weston::IsThere() {
+    return XServer::IsThere() && std::system("command -v weston >/dev/null") == 0;
+}
+
+Weston::Weston(XServer const& server)
+    : m_folder((std::filesystem::temp_directory_path() / "quarn-XXXXXX").string()) {
+    if (mkdtemp(m_folder.data()) == nullptr) {
+        throw std::runtime_error("no folder for Weston");
+    }
+    m_process = std::make_unique<Process>(
+        std::vector<std::string>{
+            "weston",
+            "--backend=x11-backend.so",
+            "--use-pixman",
+            "--no-config",
+            "--idle-time=0",
+            "--scale=" + std::to_string(Scale),
+            "--width=" + std::to_string(Width),
+            "--height=" + std::to_string(Height),
+            std::string("--socket=") + Display,
+            "--log=" + m_folder + "/log"},
+        std::vector<std::string>{"DISPLAY=" + server.Display(), "XDG_RUNTIME_DIR=" + m_folder});
+    for (int i = 0; access((m_folder + "/" + Display).c_str(), R_OK) != 0; ++i) {
+        if (i == 1000) {
+            throw std::runtime_error("Weston does not start");
+        }
+        usleep(10000);
+    }
+}
+
+Weston::~Weston() {
+    m_process.reset();
+    std::filesystem::remove_all(m_folder);
 }
 
 } // namespace tests

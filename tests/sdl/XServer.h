@@ -51,4 +51,26 @@ private:
     std::unique_ptr<Process> m_windowManager;
 };
 
+/// A Wayland compositor in a window of an X server, which stands for a screen of a higher density.
+class Weston {
+public:
+    /// Width and height in units; a unit is `Scale` pixels of the X server wide.
+    static constexpr int Width = 500;
+    static constexpr int Height = 400;
+    static constexpr int Scale = 2;
+
+    static bool IsThere();
+    /// Starts it and waits until it answers.
+    explicit Weston(XServer const& server);
+    ~Weston();
+
+    /// For XDG_RUNTIME_DIR and WAYLAND_DISPLAY.
+    std::string const& Folder() const { return m_folder; }
+    static constexpr char const* Display = "quarn-test";
+
+private:
+    std::string m_folder;
+    std::unique_ptr<Process> m_process;
+};
+
 } // namespace tests
