@@ -10,6 +10,8 @@
 #include <X11/Xutil.h>
 #endif
 
+#include <poll.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -23,6 +25,7 @@ namespace {
 Core_Registration<CSdlCore> const registrar("SDL");
 
 constexpr double minScaleStep = 0.1; // more than whole units make of one scale
+constexpr Uint32 mappingTime = 500;  // milliseconds that windows take to appear, or will much later
 constexpr Uint32 placingTime = 500;  // milliseconds that window managers take for a new window
 
 /// A size of the given proportions that keeps the edge which was changed more.
@@ -73,6 +76,31 @@ bool HasWindowManager(SDL_Window* window) {
     static_cast<void>(window);
 #endif
     return true;
+}
+
+/// Has the window appear. SDL by itself would wait for ever for a window manager that holds it
+/// back; then it learns of the window when it comes.
+void Show(SDL_Window* window) {
+#ifdef QUARN_SDL_X11
+    Display* display = nullptr;
+    ::Window number = 0;
+    XWindowAttributes attributes{};
+    if (GetX11(window, display, number) &&
+        XGetWindowAttributes(display, number, &attributes) != 0 &&
+        attributes.map_state == IsUnmapped) {
+        XMapRaised(display, number);
+        XEvent event;
+        Uint32 const end = SDL_GetTicks() + mappingTime;
+        while (XCheckTypedWindowEvent(display, number, MapNotify, &event) == False) {
+            if (SDL_TICKS_PASSED(SDL_GetTicks(), end)) {
+                return;
+            }
+            pollfd connection = {ConnectionNumber(display), POLLIN, 0};
+            poll(&connection, 1, 1);
+        }
+    }
+#endif
+    SDL_ShowWindow(window);
 }
 
 std::string ConnectionString(std::string const& videoDriver, SDL_Window* window) {
@@ -308,7 +336,7 @@ bool CSdlCore::SetVisibility(bool visible) {
     bool const placed = X() != -1 || Y() != -1;
     bool const managed = placed && HasWindowManager(m_window);
     m_placeAgainUntil = managed ? SDL_GetTicks() + placingTime : 0;
-    SDL_ShowWindow(m_window);
+    Show(m_window);
     m_surfaceIsNew = true;
     Refresh(false);
     return true;
@@ -514,6 +542,11 @@ void CSdlCore::Handle(SDL_Event const& event) {
 
 void CSdlCore::HandleWindow(SDL_WindowEvent const& event) {
     switch (event.event) {
+    case SDL_WINDOWEVENT_SHOWN:
+        if (!IsShown()) {
+            SDL_HideWindow(m_window); // it comes too late
+        }
+        break;
     case SDL_WINDOWEVENT_EXPOSED:
         ShowAgain();
         break;

@@ -134,6 +134,38 @@ int Screen::Find(cimage::TImage<RGB> const& picture, std::pair<int, int>& origin
     return least;
 }
 
+Screen::Number Screen::OpenForeignWindow() const {
+    XSetWindowAttributes attributes{};
+    attributes.override_redirect = True;
+    Number const number = XCreateWindow(
+        m_display,
+        Root(),
+        1180,
+        924,
+        90,
+        90,
+        0,
+        CopyFromParent,
+        InputOutput,
+        CopyFromParent,
+        CWOverrideRedirect,
+        &attributes);
+    XMapWindow(m_display, number);
+    XSync(m_display, False);
+    return number;
+}
+
+void Screen::HoldWindows() const {
+    XSelectInput(m_display, Root(), SubstructureRedirectMask);
+    XSync(m_display, False);
+}
+
+void Screen::Release(CWindow const& window) const {
+    XSelectInput(m_display, Root(), NoEventMask);
+    XMapWindow(m_display, NumberOf(window));
+    XSync(m_display, False);
+}
+
 void Screen::PressCloseButton(CWindow const& window) const {
     XEvent event{};
     event.xclient.type = ClientMessage;

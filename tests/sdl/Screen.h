@@ -34,6 +34,12 @@ public:
     /// Pixels in which what the screen shows is not the picture, wherever it lies; as `origin` the
     /// place with the fewest. Its first row must be like no other.
     int Find(cimage::TImage<RGB> const& picture, std::pair<int, int>& origin) const;
+    /// Opens a window of this program that no window manager minds, in the lower right corner.
+    Number OpenForeignWindow() const;
+    /// From now on no window appears by itself, as under a window manager that hangs.
+    void HoldWindows() const;
+    /// Lets one that was held appear, and others from now on.
+    void Release(ui::win::CWindow const& window) const;
     /// Does what the close button in a window's frame does.
     void PressCloseButton(ui::win::CWindow const& window) const;
 

@@ -209,6 +209,44 @@ TEST_F(SdlWindow, EndsDragsWhenItHides) {
     Xdotool("mouseup 1");
 }
 
+TEST_F(SdlWindow, EndsDragsAndForgetsModifiersWhenItLosesTheFocus) {
+    Screen::Number const other = screen.OpenForeignWindow();
+    Xdotool(At(100, 100) + "click 1");
+    Settle();
+    Xdotool("keydown shift mousedown 1 " + At(110, 105));
+    EXPECT_EQ(Next(EventPress).state, ButtonLeft | StateShift);
+    EXPECT_EQ(Next(EventMotion).state, ButtonLeft | StateShift);
+    Xdotool("windowfocus " + std::to_string(other));
+    Event const release = Next(EventRelease | EventWindow);
+    EXPECT_EQ(release.type, static_cast<std::uint32_t>(EventRelease)) << "before the focus goes";
+    EXPECT_EQ(release.button, ButtonLeft);
+    EXPECT_EQ(release.screenX * 1000 + release.screenY, 110105);
+    EXPECT_EQ(release.state, 0U);
+    Event const lost = Next(EventWindow);
+    EXPECT_EQ(lost.key, static_cast<std::uint32_t>(WindowFocusLost));
+    EXPECT_EQ(lost.state, 0U);
+    Xdotool("keyup shift mouseup 1 " + At(120, 110));
+    EXPECT_EQ(Next(EventMotion).state, 0U);
+    Settle();
+    Xdotool("windowfocus " + std::to_string(Screen::NumberOf(window)));
+    EXPECT_EQ(Next(EventWindow).key, static_cast<std::uint32_t>(WindowFocusGained));
+}
+
+TEST_F(SdlWindow, MayBeHeldBackByAWindowManagerThatHangs) {
+    if (g_windowManager) {
+        GTEST_SKIP() << "there can be only one window manager, and this one works";
+    }
+    screen.HoldWindows();
+    CWindow held(WindowAt(700, 500));
+    held.Refresh(true);
+    Draw(7);
+    EXPECT_EQ(screen.Differences(window), 0) << "the others go on";
+    EXPECT_FALSE(screen.IsMapped(held));
+    screen.Release(held);
+    EXPECT_TRUE(Eventually([&] { return screen.IsMapped(held); }));
+    EXPECT_TRUE(Eventually([&] { return screen.Differences(held) == 0; }));
+}
+
 TEST_F(SdlWindow, DeliversCharactersAndKeyCodes) {
     Xdotool(At(100, 100) + "click 1");
     Next(EventRelease);
