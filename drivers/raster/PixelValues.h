@@ -46,8 +46,8 @@ public:
 private:
     /// A pixel of a value.
     struct Mark {
-        std::uint16_t x;
-        std::uint16_t y;
+        std::uint16_t x = 0;
+        std::uint16_t y = 0;
         Colour ink; ///< with its coverage as alpha
     };
     class Pen;
