@@ -145,6 +145,8 @@ private:
     /// Puts the image in the middle of the window, as large as it fits.
     /// @param least,most pixels of the image that one of the window may stand for
     void Place(double least, double most);
+    /// Places images from now on as the user has asked for last.
+    void FitAgain() { Place(m_least, HUGE_VAL); }
     void Say(std::string const& text);
 
     void Show(std::size_t index);
@@ -152,8 +154,14 @@ private:
     void Previous() { Show((m_index + m_files.size() - 1) % m_files.size()); }
     void First() { Show(0); }
     void Last() { Show(m_files.size() - 1); }
-    void Fit() { Place(0, HUGE_VAL); }
-    void Actual() { Place(1, 1); }
+    void Fit() {
+        m_least = 0;
+        FitAgain();
+    }
+    void Actual() {
+        m_least = 1;
+        Place(1, 1);
+    }
     void ZoomIn() { Zoom(1.25F); }
     void ZoomOut() { Zoom(0.8F); }
     void Zoom(float factor);
@@ -172,6 +180,7 @@ private:
     std::string m_trouble;
     std::size_t m_index = 0;
     bool m_fitted = true;
+    double m_least = 1; // what fitting calls Place() with; 0 to enlarge small images too
     bool m_autoRange = false;
     int m_colours = ColorMapOff;
     bool m_showsKeys = false;
@@ -217,7 +226,7 @@ Viewer::Viewer(Files files)
     });
     Load();
     ChooseSize();
-    Place(1, HUGE_VAL);
+    FitAgain();
     Draw();
 }
 
@@ -287,7 +296,7 @@ void Viewer::Handle(Event const& event) {
         if (event.key == WindowClosed || event.key == WindowDisplayLost) {
             Quit();
         } else if (event.key == WindowResized && m_fitted) {
-            Place(1, HUGE_VAL);
+            FitAgain();
         }
     } else if (event.type == EventKey && (event.state & StateCtrl) == 0) {
         std::uint32_t const key =
@@ -338,7 +347,7 @@ void Viewer::Load() {
 void Viewer::Show(std::size_t index) {
     m_index = index;
     Load();
-    Place(1, HUGE_VAL);
+    FitAgain();
     Draw();
 }
 
@@ -433,7 +442,7 @@ void Viewer::Zoom(float factor) {
 void Viewer::FullScreen() {
     m_window.SetFullScreenMode(!m_window.IsFullScreen());
     if (m_fitted) {
-        Place(1, HUGE_VAL);
+        FitAgain();
     }
 }
 
