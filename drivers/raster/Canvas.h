@@ -18,6 +18,7 @@
 namespace drivers::raster {
 
 namespace detail {
+struct DepthRange;
 struct HPoint;
 struct Target;
 struct View;
@@ -191,12 +192,16 @@ private:
     /// Calls work(0) ... work(count - 1), on all workers where there are any.
     template <class Work>
     void Share(int count, Work const& work);
+    template <class Reader, class Pen>
+    void PointsInBands(
+        Reader const& reader, detail::DepthRange const& range, std::size_t count, Pen const& pen);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
     double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
     detail::RowBands m_rowBands;                              // working storage
+    std::vector<detail::PlacedPoint> m_points;                // the same
     double m_worthSharing = 1 << 16;
     std::shared_ptr<Workers> m_workers; // null: no helping threads
 };

@@ -2,11 +2,14 @@
 #include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Clip.h"
+#include "drivers/raster/detail/RowBands.h"
 #include "drivers/raster/detail/Texture.h"
 #include "drivers/raster/detail/View.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <type_traits>
 
 namespace drivers::raster {
 
@@ -20,42 +23,26 @@ int PointSize(float size) {
     return size >= 1 ? static_cast<int>(std::lround(std::min(size, kMaxPointSize))) : 1;
 }
 
-/// The pixels of some vertices, in two passes: transforming without a branch, then drawing.
-struct PointBatch {
-    static constexpr std::size_t Size = 256;
+constexpr std::size_t batchSize = 256;     // points that are transformed before they are drawn
+constexpr std::size_t roundSize = 1 << 17; // points that are placed before threads draw them
 
-    std::size_t count = 0; ///< of those that may be seen
-    int x[Size];
-    int y[Size];
-    std::size_t vertex[Size];
-    float nearness[Size];
-};
-
-/// Finds the pixels of vertices [from, to), those in `area` only.
+/// Finds the pixel of a vertex. @return whether it lies in the area
 template <class Reader>
-void FindPixels(
+bool Place(
     Reader const& reader,
     DepthRange const& range,
     math::Rect2<double> const& area,
-    std::size_t from,
-    std::size_t to,
-    PointBatch& batch) {
-    std::size_t count = 0;
-    for (std::size_t i = from; i < to; ++i) {
-        HPoint const p = reader(i);
-        double const near = Reader::IsAffine ? 1 : 1 / p.w;
-        double const x = Reader::IsAffine ? p.x : p.x * near;
-        double const y = Reader::IsAffine ? p.y : p.y * near;
-        // Every comparison is false for what is not a number.
-        bool const seen = (Reader::IsAffine || range.Has(p.w)) && x >= area.left &&
-                          x < area.right && y >= area.top && y < area.bottom;
-        batch.x[count] = FloorPixel(seen ? x : 0);
-        batch.y[count] = FloorPixel(seen ? y : 0);
-        batch.vertex[count] = i;
-        batch.nearness[count] = static_cast<float>(near);
-        count += seen ? 1 : 0;
-    }
-    batch.count = count;
+    std::size_t vertex,
+    PlacedPoint& point) {
+    HPoint const p = reader(vertex);
+    double const near = Reader::IsAffine ? 1 : 1 / p.w;
+    double const x = Reader::IsAffine ? p.x : p.x * near;
+    double const y = Reader::IsAffine ? p.y : p.y * near;
+    // Every comparison is false for what is not a number.
+    bool const seen = (Reader::IsAffine || range.Has(p.w)) && x >= area.left && x < area.right &&
+                      y >= area.top && y < area.bottom;
+    point = {FloorPixel(seen ? x : 0), FloorPixel(seen ? y : 0), static_cast<float>(near)};
+    return seen;
 }
 
 template <bool Blend>
@@ -78,19 +65,39 @@ void Square(Target const& target, int x, int y, int size, float nearness, Colour
     }
 }
 
-template <bool Blend, class ColourOf>
-void DrawBatch(Target const& target, PointBatch const& batch, int size, ColourOf const& colourOf) {
-    if (size == 1 && target.nearness == nullptr) {
-        for (std::size_t i = 0; i < batch.count; ++i) {
-            Put<Blend>(*target.At(batch.x[i], batch.y[i]), colourOf(batch.vertex[i]));
-        }
-        return;
+/// Draws points of one size in the colours that the vertices have.
+template <class ColourOf>
+class PointPen {
+public:
+    PointPen(DrawState const& state, ColourOf colourOf)
+        : m_size(PointSize(state.pointSize)), m_blend(state.blend), m_colourOf(colourOf) {}
+
+    int Size() const { return m_size; }
+
+    /// Calls use(draw) with what draws vertex i of a placed point: draw(target, point, i).
+    template <class Use>
+    void Select(Target const& target, Use const& use) const {
+        bool const plain = m_size == 1 && target.nearness == nullptr;
+        auto const with = [&](auto blend) {
+            constexpr bool isBlended = decltype(blend)::value;
+            if (plain) {
+                use([this, target](PlacedPoint const& p, std::size_t i) {
+                    Put<isBlended>(*target.At(p.x, p.y), m_colourOf(i));
+                });
+            } else {
+                use([this, target](PlacedPoint const& p, std::size_t i) {
+                    Square<isBlended>(target, p.x, p.y, m_size, p.nearness, m_colourOf(i));
+                });
+            }
+        };
+        m_blend ? with(std::true_type()) : with(std::false_type());
     }
-    for (std::size_t i = 0; i < batch.count; ++i) {
-        Square<Blend>(
-            target, batch.x[i], batch.y[i], size, batch.nearness[i], colourOf(batch.vertex[i]));
-    }
-}
+
+private:
+    int m_size;
+    bool m_blend;
+    ColourOf m_colourOf;
+};
 
 /// Where a point may lie to be seen.
 math::Rect2<double> VisibleArea(math::Rect2<int> const& clip, int size) {
@@ -102,34 +109,79 @@ math::Rect2<double> VisibleArea(math::Rect2<int> const& clip, int size) {
         double(clip.bottom + margin)};
 }
 
-template <class ColourOf>
-void DrawPoints(
+/// Draws points in their order, in two passes: placing them without a branch, then drawing.
+template <class Reader, class Pen>
+void DrawInOrder(
     Target const& target,
-    View const& view,
-    DrawState const& state,
-    VertexArray const& vertices,
-    ColourOf colourOf) {
-    int const size = PointSize(state.pointSize);
-    math::Rect2<double> const area = VisibleArea(target.clip, size);
-    PointBatch batch;
-    for (std::size_t from = 0; from < vertices.count; from += PointBatch::Size) {
-        std::size_t const to = std::min(vertices.count, from + PointBatch::Size);
-        WithReader(view, vertices, [&](auto const& reader) {
-            FindPixels(reader, view.range, area, from, to, batch);
-        });
-        state.blend ? DrawBatch<true>(target, batch, size, colourOf)
-                    : DrawBatch<false>(target, batch, size, colourOf);
-    }
+    Reader const& reader,
+    DepthRange const& range,
+    std::size_t count,
+    Pen const& pen) {
+    math::Rect2<double> const area = VisibleArea(target.clip, pen.Size());
+    PlacedPoint points[batchSize];
+    std::size_t vertex[batchSize];
+    pen.Select(target, [&](auto const& draw) {
+        for (std::size_t from = 0; from < count; from += batchSize) {
+            std::size_t const to = std::min(count, from + batchSize);
+            std::size_t seen = 0;
+            for (std::size_t i = from; i < to; ++i) {
+                vertex[seen] = i;
+                seen += Place(reader, range, area, i, points[seen]) ? 1 : 0;
+            }
+            for (std::size_t k = 0; k < seen; ++k) {
+                draw(points[k], vertex[k]);
+            }
+        }
+    });
 }
 
 } // namespace
 
+/// The threads place points each, then draw those of bands each: none is placed twice.
+template <class Reader, class Pen>
+void Canvas::PointsInBands(
+    Reader const& reader, DepthRange const& range, std::size_t count, Pen const& pen) {
+    Target const whole = MakeTarget();
+    math::Rect2<double> const area = VisibleArea(m_clip, pen.Size());
+    auto const share = [&](int parts, auto const& work) { Share(parts, work); };
+    m_points.resize(std::max(m_points.size(), std::min(count, roundSize)));
+    for (std::size_t first = 0; first < count; first += roundSize) {
+        std::size_t const round = std::min(roundSize, count - first);
+        m_rowBands.Sort(share, m_clip, round, [&](std::size_t i) {
+            PlacedPoint point;
+            bool const seen = Place(reader, range, area, first + i, point);
+            m_points[i] = point;
+            int const top = point.y - pen.Size() / 2;
+            return seen ? m_rowBands.OfRows(top, top + pen.Size() - 1) : RowBands::Nowhere();
+        });
+        Share(m_rowBands.Count(), [&](int band) {
+            Target part = whole;
+            part.clip = m_rowBands.Clip(band);
+            pen.Select(part, [&](auto const& draw) {
+                m_rowBands.ForParts(band, [&](std::uint32_t const* numbers, std::size_t points) {
+                    for (std::size_t k = 0; k < points; ++k) {
+                        draw(m_points[numbers[k]], first + numbers[k]);
+                    }
+                });
+            });
+        });
+    }
+}
+
 void Canvas::Points(VertexArray const& vertices) {
+    if (m_clip.Empty()) {
+        return;
+    }
     View const view = MakeView();
     Colour const colour = m_state.colour;
     auto const draw = [&](auto const& colourOf) {
-        InBands(double(vertices.count), [&](Target const& target, Scratch&) {
-            DrawPoints(target, view, m_state, vertices, colourOf);
+        PointPen const pen(m_state, colourOf);
+        WithReader(view, vertices, [&](auto const& reader) {
+            if (m_workers && m_workers->Threads() > 1 && double(vertices.count) >= m_worthSharing) {
+                PointsInBands(reader, view.range, vertices.count, pen);
+            } else {
+                DrawInOrder(MakeTarget(), reader, view.range, vertices.count, pen);
+            }
         });
     };
     if (vertices.texture && !m_state.texture.Empty()) {

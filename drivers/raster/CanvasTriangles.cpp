@@ -301,8 +301,8 @@ void Canvas::Triangles(VertexArray const& vertices) {
         }
         Target const whole = MakeTarget();
         auto const share = [&](int count, auto const& work) { Share(count, work); };
-        m_rowBands.Sort(share, m_clip, triangles, [&](std::size_t i, double& top, double& bottom) {
-            return ReachOfShape(reader, 3 * i, 3, top, bottom);
+        m_rowBands.Sort(share, m_clip, triangles, [&](std::size_t i) {
+            return ReachOfShape(m_rowBands, reader, 3 * i, 3);
         });
         Share(m_rowBands.Count(), [&](int band) {
             Target part = whole;

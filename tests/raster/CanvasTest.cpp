@@ -93,6 +93,10 @@ TEST(Canvas, ThePictureIsTheSameForAnyNumberOfThreads) {
         } else {
             canvas.SetView(Matrix({5, 0.5, 0, 0, -0.5, 5, 0, 0, 0, 0, 0, 1}), {3, 5, 330, 300});
         }
+        canvas.State().pointSize = static_cast<float>(1 + seed % 4);
+        canvas.State().colour = {200, 100, 50, 128};
+        canvas.State().blend = true;
+        canvas.Points(Vertices(scattered));
         for (unsigned i = 0; i < 4; ++i) {
             DrawAnything(canvas, seed * 4 + i);
         }

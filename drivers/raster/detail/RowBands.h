@@ -12,13 +12,19 @@
 
 namespace drivers::raster::detail {
 
+/// Where a point that is to be drawn lies.
+struct PlacedPoint {
+    int x;
+    int y;
+    float nearness;
+};
+
 /// Many things to draw in bands of rows that they reach into, in their order. Drawn band by band,
 /// they find the pixels and depths around them in the processor's cache.
 class RowBands {
 public:
     /// @param share   share(count, work) calls work(0) ... work(count - 1), on whatever threads
-    /// @param reachOf reachOf(i, top, bottom) sets the pixels between which thing i lies, for sure;
-    ///                false when that cannot be told
+    /// @param reachOf reachOf(i) answers the bands of thing i, as one of the functions below
     template <class Share, class ReachOf>
     void Sort(
         Share const& share,
@@ -32,6 +38,29 @@ public:
             std::size_t const to = std::min(count, from + PartSize);
             Sort(m_parts[static_cast<std::size_t>(number)], from, to, reachOf);
         });
+    }
+
+    /// Bands, both included; none where first > last.
+    struct Reach {
+        std::int16_t first;
+        std::int16_t last;
+    };
+    Reach Everywhere() const { return {0, static_cast<std::int16_t>(Count() - 1)}; }
+    static Reach Nowhere() { return {1, 0}; }
+    /// The bands of some rows of pixels, both included.
+    Reach OfRows(int top, int bottom) const {
+        return top < m_clip.bottom && bottom >= m_clip.top
+                   ? Reach{OfRow(std::max(top, m_clip.top)), OfRow(std::min(bottom, m_clip.bottom - 1))}
+                   : Nowhere();
+    }
+    /// The bands of what lies between two heights. Rounding does no harm: a pixel's centre lies
+    /// half a pixel inside of its band.
+    Reach Between(double top, double bottom) const {
+        return bottom >= m_clip.top && top <= m_clip.bottom
+                   ? OfRows(
+                         static_cast<int>(std::max<double>(top, m_clip.top)),
+                         static_cast<int>(std::min<double>(bottom, m_clip.bottom - 1)))
+                   : Nowhere();
     }
 
     int Count() const { return (m_clip.Height() + Rows - 1) / Rows; }
@@ -52,13 +81,8 @@ public:
 
 private:
     static constexpr int Rows = 32; // of a wide picture they fit into a processor's own cache
-    static constexpr std::size_t PartSize = 8192;
+    static constexpr std::size_t PartSize = 4096;
 
-    /// Bands, both included; none where first > last.
-    struct Reach {
-        std::int16_t first;
-        std::int16_t last;
-    };
     /// A number of things that one thread sorts.
     struct Part {
         std::vector<Reach> reach;
@@ -71,11 +95,7 @@ private:
         part.reach.clear();
         part.starts.assign(static_cast<std::size_t>(Count()) + 1, 0);
         for (std::size_t i = from; i < to; ++i) {
-            double top = 0;
-            double bottom = m_clip.Height();
-            Reach const reach = reachOf(i, top, bottom)
-                                    ? BandsBetween(top - m_clip.top, bottom - m_clip.top)
-                                    : Reach{0, static_cast<std::int16_t>(Count() - 1)};
+            Reach const reach = reachOf(i);
             part.reach.push_back(reach);
             for (int band = reach.first; band <= reach.last; ++band) {
                 ++part.starts[static_cast<std::size_t>(band)];
@@ -95,39 +115,28 @@ private:
         }
     }
 
-    // Rounding does no harm: a pixel's centre lies half a pixel inside of its band.
-    Reach BandsBetween(double top, double bottom) const {
-        if (!(bottom >= 0 && top <= m_clip.Height())) {
-            return {1, 0};
-        }
-        double const last = Count() - 1;
-        auto const band = [=](double row) {
-            return static_cast<std::int16_t>(std::clamp(row / Rows, 0.0, last));
-        };
-        return {band(top), band(bottom)};
-    }
+    std::int16_t OfRow(int y) const { return static_cast<std::int16_t>((y - m_clip.top) / Rows); }
 
     math::Rect2<int> m_clip;
     std::vector<Part> m_parts;
 };
 
-/// The rows between which a shape of some vertices lies, for RowBands.
-/// @return false where a corner may be behind the camera: the shape may be cut to anything
+/// The bands of a shape of some vertices.
 template <class Reader>
-bool ReachOfShape(
-    Reader const& reader, std::size_t first, std::size_t corners, double& top, double& bottom) {
-    top = std::numeric_limits<double>::infinity();
-    bottom = -top;
+RowBands::Reach
+ReachOfShape(RowBands const& bands, Reader const& reader, std::size_t first, std::size_t corners) {
+    double top = std::numeric_limits<double>::infinity();
+    double bottom = -top;
     for (std::size_t i = first; i < first + corners; ++i) {
         HPoint const p = reader(i);
         if (!(p.w >= NearDistance)) {
-            return false;
+            return bands.Everywhere(); // may be cut to anything
         }
         double const y = p.y / p.w;
         top = std::min(top, y);
         bottom = std::max(bottom, y);
     }
-    return true;
+    return bands.Between(top, bottom);
 }
 
 } // namespace drivers::raster::detail
