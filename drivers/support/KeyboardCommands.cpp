@@ -17,7 +17,6 @@ namespace drivers::support {
 namespace {
 
 using ui::win::CCamera2D;
-using ui::win::CWindowLayer;
 
 constexpr float zoomInFactor = 1.25F;
 constexpr float zoomOutFactor = 0.8F;

@@ -85,16 +85,16 @@ protected:
 
 private:
     struct Entry {
-        RenderClient const* key; // tells windows apart that cannot be locked any more
+        RenderClient const* key = nullptr; // tells windows apart that cannot be locked any more
         boost::weak_ptr<RenderClient> client;
         ui::win::SPCommand command;
         bool isCall = false;      // the thread's own to execute
         std::uint64_t number = 0; // ascending in the order of coming
     };
     struct Client {
-        RenderClient const* key;
+        RenderClient const* key = nullptr;
         boost::weak_ptr<RenderClient> client;
-        bool resting;
+        bool resting = false;
     };
 
     void Enqueue(Client const& client, Entry entry);
