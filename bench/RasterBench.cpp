@@ -1,15 +1,19 @@
 #include "bench/Compare.h"
 #include "drivers/raster/Canvas.h"
+#include "ui/win/CWindow.h"
 
 #ifdef QUARN_BENCH_OPENCV
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
 
+#include <boost/make_shared.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
@@ -548,6 +552,50 @@ void BareTextured(benchmark::State& state) {
     }
 }
 
+// Threads
+
+/// Something of everything: an image behind triangles, points, lines and texts.
+class MixedScene : public ui::win::CWidget {
+public:
+    int Draw(ui::win::CWindowCore* core) override {
+        core->RunExtension("soft-image");
+        core->DrawImage({0, 0}, {kWidth, kHeight}, m_image);
+        core->SetColor({200, 60, 20, 255});
+        core->DrawTriangles(SmallTriangles().data(), 20000);
+        core->SetColor({20, 200, 60, 255});
+        core->DrawPixels(ScatteredPoints().data(), 300000);
+        core->DrawLineStream(Lines(20).data(), 20000);
+        core->SetLineSmooth(true);
+        core->SetColor({20, 60, 200, 128});
+        core->SetBlend(ui::win::BlendAlpha);
+        core->DrawTriangles(SmallTriangles().data() + 60000, 10000);
+        core->DrawLineStream(Lines(200).data(), 5000);
+        for (int i = 0; i < 100; ++i) {
+            core->DrawText({100.0 + i % 4 * 400, 20.0 + i / 4 * 40, 0}, "some twenty glyphs...");
+        }
+        return 1;
+    }
+
+private:
+    ui::win::CWindow::SPImage m_image =
+        boost::make_shared<cimage::TImage<cimage::TRGB<unsigned char>>>(640, 480);
+};
+
+template <int Threads>
+void Mixed(benchmark::State& state) {
+    ::setenv("QUARN_DRAW_THREADS", std::to_string(Threads).c_str(), 1);
+    ui::win::CreationParams params;
+    params.driver = "Offscreen";
+    params.width = kWidth;
+    params.height = kHeight;
+    ui::win::CWindow window(params);
+    ::unsetenv("QUARN_DRAW_THREADS");
+    window.Layer(0).Push(boost::make_shared<MixedScene>());
+    for (auto _ : state) {
+        window.Refresh(true);
+    }
+}
+
 // Growth
 
 /// What this thread has computed for; unlike the clock, it does not run while others do.
@@ -642,6 +690,7 @@ void RegisterRasterFigures() {
     Compare("300,000 small lit triangles in space", "a bare loop", 1.5, Lit, BareLit);
     Compare(
         "100 window-sized textured triangles in space", "a bare loop", 1.5, Textured, BareTextured);
+    Compare("the frame time of a mixed scene on two threads", "on one", 0.65, Mixed<2>, Mixed<1>);
     for (double const share : {0.1, 0.01}) {
         char const* const times = share > 0.05 ? "10 times as many " : "100 times as many ";
         Report(std::string(times) + "lines", "10 or 100 times the time", 1.3, [=] {

@@ -51,25 +51,40 @@ TEST(CanvasDepth, ManyTrianglesAreDrawnAsOneByOne) {
                 {{channel, 255, 99, 128}, z * next(-1, 1), z * next(-2, 2), z + next(-1, 1)});
         }
     }
-    for (unsigned const threads : {1U, 2U, 5U}) {
-        Canvas all;
-        all.Resize(64, 200);
-        all.SetView(Matrix({64, 0, 32, 0, 0, 64, 100, 0, 0, 0, 1, 0}), {3, 7, 60, 190});
-        all.State().depthTest = all.State().blend = true;
-        all.State().depthNear = 0.5;
-        all.State().depthFar = 9;
-        Canvas single = all;
-        all.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
-        all.Triangles(Vertices(corners));
-        for (std::size_t i = 0; i < corners.size(); i += 3) {
-            VertexArray triangle = Vertices(corners);
-            triangle.position = &corners[i].x;
-            triangle.colour = &corners[i].colour.r;
-            triangle.count = 3;
-            single.Triangles(triangle);
-        }
-        for (int y = 0; y < 200; ++y) {
-            ASSERT_TRUE(std::equal(all.Row(y), all.Row(y) + 64, single.Row(y))) << y;
+    std::vector<unsigned char> const texels = {0, 50, 100, 150, 200, 250};
+    enum Kind { Coloured, Textured, Lit };
+    auto const from = [&](Kind kind, std::size_t first, std::size_t count) {
+        VertexArray array = Vertices(corners);
+        array.position = &corners[first].x;
+        array.colour = &corners[first].colour.r;
+        array.texture = kind == Textured ? array.position : nullptr; // any numbers will do
+        array.normal = kind == Lit ? array.position : nullptr;
+        array.count = count;
+        return array;
+    };
+    for (Kind const kind : {Coloured, Textured, Lit}) {
+        for (unsigned const threads : {1U, 2U, 5U}) {
+            Canvas all;
+            all.Resize(64, 200);
+            all.SetView(Matrix({64, 0, 32, 0, 0, 64, 100, 0, 0, 0, 1, 0}), {3, 7, 60, 190});
+            auto& state = all.State();
+            state.depthTest = state.blend = true;
+            state.depthNear = 0.5;
+            state.depthFar = 9;
+            state.colour = {255, 200, 100, 128};
+            state.texture = {texels.data(), 3, 2, 3, Texture::Format::Grey8};
+            state.lights[0] = {true, {3, 4, 20}, kBlack, kWhite, kWhite};
+            state.material = {kWhite, kBlack, 2.5F};
+            Canvas single = all;
+            all.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
+            all.Triangles(from(kind, 0, corners.size()));
+            for (std::size_t i = 0; i < corners.size(); i += 3) {
+                single.Triangles(from(kind, i, 3));
+            }
+            for (int y = 0; y < 200; ++y) {
+                ASSERT_TRUE(std::equal(all.Row(y), all.Row(y) + 64, single.Row(y)))
+                    << y << ", " << kind << ", " << threads;
+            }
         }
     }
 }

@@ -1,6 +1,7 @@
 #include "support/RecordingCore.h"
 #include "ui/win/CWindowCore.h"
 #include "ui/win/camera/CWindowCamera2D.h"
+#include "ui/win/camera/CWindowCamera3D.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/property_tree/ptree.hpp>
@@ -154,6 +155,18 @@ TEST(DrawingCore, WorldPointsLandOnTheScreen) {
     EXPECT_EQ(screen[0], math::Point2<float>(-3.5F, 7.25F));
     EXPECT_TRUE(std::isnan(screen[1].x) && std::isnan(screen[1].y));
     EXPECT_EQ(screen[2], math::Point2<float>(1, 2));
+
+    core.SetViewPort(
+        ViewPortCamera,
+        nullptr,
+        boost::make_shared<CCamera3D>(0.0, 0.0, 0.0, 5.0, 0.0, 0.0, false));
+    for (auto const& [x, front] :
+         {std::pair(5.01F, true),
+          std::pair(5.0F, false),
+          std::pair(-9.0F, false),
+          std::pair(NAN, false)}) {
+        EXPECT_EQ(core.IsPointInFront({x, 0, 0}), front) << x;
+    }
 }
 
 TEST(DrawingCore, TimersMoveAndEnd) {
