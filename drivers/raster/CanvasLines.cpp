@@ -42,15 +42,54 @@ void DrawThinGradient(
     });
 }
 
+bool Inside(math::Rect2<double> const& clip, HPoint const& p) {
+    return p.x >= clip.left && p.x < clip.right && p.y >= clip.top && p.y < clip.bottom;
+}
+
+/// The pixel of a point inside the clip.
+Pixel PixelAt(HPoint const& p) {
+    return {static_cast<int>(p.x), static_cast<int>(p.y)};
+}
+
+/// Whether the line lies on one side of the clip.
+bool Misses(math::Rect2<double> const& clip, HPoint const& a, HPoint const& b) {
+    return (a.x < clip.left && b.x < clip.left) || (a.x >= clip.right && b.x >= clip.right) ||
+           (a.y < clip.top && b.y < clip.top) || (a.y >= clip.bottom && b.y >= clip.bottom);
+}
+
+/// The ends of one line in a view without perspective, as a reader has them.
+struct FlatEnds {
+    static constexpr bool IsAffine = true;
+    HPoint const* ends;
+    HPoint operator()(std::size_t index) const { return ends[index]; }
+};
+
 /// Separate lines one pixel thick: each is a shape of its own, and passes no pixel twice.
 template <class Reader>
-void DrawThinLines(DepthRange const& range, std::size_t count, Reader const& reader, ThinPen pen) {
+void DrawThinLines(
+    Target const& target,
+    DepthRange const& range,
+    std::size_t count,
+    Reader const& reader,
+    Ink const& ink,
+    ThinPen pen) {
+    math::Rect2<double> const clip(
+        target.clip.left, target.clip.top, target.clip.right, target.clip.bottom);
+    Colour const colour = ink.colour;
+    auto const store = [=](Colour& pixel) { pixel = colour; };
+    auto const blend = [=](Colour& pixel) { BlendPixel(pixel, colour, colour.a); };
     for (std::size_t i = 0; i + 1 < count; i += 2) {
         HPoint const a = reader(i);
         HPoint const b = reader(i + 1);
-        if (Reader::IsAffine && InGuard(a.x, a.y) && InGuard(b.x, b.y)) {
-            pen.Draw({FloorPixel(a.x), FloorPixel(a.y), FloorPixel(b.x), FloorPixel(b.y)});
-            continue;
+        if (Reader::IsAffine && target.nearness == nullptr) {
+            if (Inside(clip, a) && Inside(clip, b)) {
+                ink.Solid() ? WalkLineInside(target, PixelAt(a), PixelAt(b), store)
+                            : WalkLineInside(target, PixelAt(a), PixelAt(b), blend);
+                continue;
+            }
+            if (Misses(clip, a, b)) {
+                continue;
+            }
         }
         Segment segment;
         if (ProjectSegment(a, b, range, segment)) {
@@ -132,8 +171,8 @@ void Canvas::Lines(VertexArray const& vertices) {
     Ink const ink(m_state);
     auto const draw = [&](Target const& target, Scratch& scratch, auto const& reader) {
         if (!vertices.colour && pen.Thin()) {
-            DrawThinLines(
-                view.range, vertices.count, reader, ThinPen(target, ink, scratch.outline.pixels));
+            ThinPen const thin(target, ink, scratch.outline.pixels);
+            DrawThinLines(target, view.range, vertices.count, reader, ink, thin);
             return;
         }
         Outline outline(target, view, scratch.outline, m_state);
@@ -165,6 +204,12 @@ void Canvas::Line(double x0, double y0, double x1, double y1) {
     }
     View const view = MakeView();
     HPoint const ends[2] = {view.Map(x0, y0), view.Map(x1, y1)};
+    if (view.affine && Pen(m_state).Thin()) {
+        Target const target = MakeTarget();
+        Ink const ink(m_state);
+        ThinPen const thin(target, ink, m_scratch[0].outline.pixels);
+        return DrawThinLines(target, view.range, 2, FlatEnds{ends}, ink, thin);
+    }
     Outline(MakeTarget(), view, m_scratch[0].outline, m_state).Chain(2, false, [&](std::size_t k) {
         return ends[k];
     });
@@ -173,6 +218,11 @@ void Canvas::Line(double x0, double y0, double x1, double y1) {
 void Canvas::Polyline(VertexArray const& vertices, bool closed) {
     if (m_clip.Empty() || vertices.count == 0) {
         return;
+    }
+    if (vertices.count == 2) {
+        VertexArray line = vertices;
+        line.colour = nullptr;
+        return Lines(line);
     }
     View const view = MakeView();
     InBands(PixelsOf(vertices, 2), [&](Target const& target, Scratch& scratch) {

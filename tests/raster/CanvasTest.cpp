@@ -207,6 +207,30 @@ TEST(Canvas, LinesDrawBothEndPixelsAndTheSamePixelsBackwards) {
     }
 }
 
+TEST(Canvas, LinesOfAStreamAreThoseOfOpenPolylines) {
+    Random random(11);
+    for (bool const solid : {true, false}) {
+        Canvas stream = MakeCanvas(1500, 400);
+        stream.State().blend = true;
+        stream.State().colour = {90, 160, 250, solid ? kWhite.a : std::uint8_t{70}};
+        Canvas chains = stream;
+        Points2 ends;
+        for (int i = 0; i < 3000; ++i) { // many even slopes, so that halves are rounded
+            auto const x = static_cast<float>(random(1900)) / 2 * (i % 3 == 0 ? 2.0F : 0.5F) - 50;
+            auto const y = static_cast<float>(random(500)) - 50;
+            ends.emplace_back(x, y);
+        }
+        stream.Lines(Vertices(ends));
+        for (std::size_t i = 0; i < ends.size(); i += 2) {
+            // The middle vertex makes it a chain, on the same pixels as it starts where it ends.
+            chains.Polyline(Vertices(Points2{ends[i], ends[i], ends[i + 1]}), false);
+        }
+        for (int y = 0; y < 400; ++y) {
+            ASSERT_TRUE(std::equal(stream.Row(y), stream.Row(y) + 1500, chains.Row(y))) << y;
+        }
+    }
+}
+
 TEST(Canvas, WideLinesCoverTheirWidthAndBothEndPixels) {
     Canvas canvas = MakeCanvas(8, 5);
     canvas.State().lineWidth = 3;

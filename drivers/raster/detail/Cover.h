@@ -19,8 +19,8 @@ using Channels = std::uint16_t __attribute__((vector_size(16)));
 /// Mix() for two pixels; `alphas` holds each pixel's alpha twice in its two places of four.
 inline Channels MixPixels(Channels over, Channels under, Counts alphas) {
     auto const alpha = reinterpret_cast<Channels>(alphas);
-    Channels const sum = over * alpha + under * (255 - alpha) + 127; // below 65536
-    return (sum + 1 + (sum >> 8)) >> 8;
+    Channels const sum = over * alpha + under * (255 - alpha) + 128; // below 65536
+    return (sum + (sum >> 8)) >> 8;
 }
 
 /// Four pixels at equal distances.

@@ -40,16 +40,7 @@ Lanes TwiceIntegral(Lanes v) {
     return unit * (v + v - unit);
 }
 
-constexpr float kFlat = 1.0F / 256; ///< less rise is lost in the differences below
-
-/// How much of the rows lies above a line that runs from height y0 to y1, on average.
-Lanes ShareAbove(float y0, float y1, Lanes rows) {
-    float const rise = y1 - y0;
-    if (std::abs(rise) < kFlat) {
-        return ToUnit((y0 + y1) * 0.5F - rows);
-    }
-    return (TwiceIntegral(y1 - rows) - TwiceIntegral(y0 - rows)) * (0.5F / rise);
-}
+constexpr float kFlat = 1.0F / 256; ///< less slope is lost in the differences below
 
 /// The picture as the line's axes see it.
 struct TurnedTarget {
@@ -67,9 +58,11 @@ struct TurnedTarget {
         }
     }
 
-    void Put(int column, int row, Lanes share) const {
-        Counts const counts = __builtin_convertvector(share * 255.0F + 0.5F, Counts);
-        Colour* const pixels = origin + column * columnStep + row * rowStep;
+    Colour* At(int column, int row) const { return origin + column * columnStep + row * rowStep; }
+
+    /// @param counts coverage, 0 to 255
+    void Put(int column, int row, Counts counts) const {
+        Colour* const pixels = At(column, row);
         if (row >= clip.top && row + kLanes <= clip.bottom) {
             if (rowStep == 1) {
                 pen.PutFour(pixels, 1, counts);
@@ -84,16 +77,21 @@ struct TurnedTarget {
     }
 };
 
+Counts ToCounts(Lanes share) {
+    return __builtin_convertvector(share * 255.0F + 0.5F, Counts);
+}
+
 struct Edge {
     Point left;
     Point right;
     double slope;
-    float sign; ///< 1 where what is above it counts, -1 where it is taken away
+    float perRise; ///< 0.5 / slope
+    float sign;    ///< 1 where what is above it counts, -1 where it is taken away
 
     /// From p to q, in the direction of the outline.
-    Edge(Point const& p, Point const& q)
-        : left(p.x < q.x ? p : q), right(p.x < q.x ? q : p),
-          slope((right.y - left.y) / (right.x - left.x)), sign(p.x < q.x ? 1.0F : -1.0F) {}
+    Edge(Point const& p, Point const& q, double rise, double inverse)
+        : left(p.x < q.x ? p : q), right(p.x < q.x ? q : p), slope(rise),
+          perRise(static_cast<float>(inverse * 0.5)), sign(p.x < q.x ? 1.0F : -1.0F) {}
     double At(double x) const { return left.y + (x - left.x) * slope; }
 };
 
@@ -101,7 +99,8 @@ struct Edge {
 void DrawColumn(TurnedTarget const& target, Edge const (&edges)[4], int column) {
     struct Part {
         double y0, y1;
-        float weight;
+        float weight; ///< of the integrals; of the mean height where it is flat
+        bool flat;
     };
     Part parts[4];
     int count = 0;
@@ -111,7 +110,9 @@ void DrawColumn(TurnedTarget const& target, Edge const (&edges)[4], int column) 
         double const x0 = std::max<double>(edge.left.x, column);
         double const x1 = std::min<double>(edge.right.x, column + 1);
         if (x0 < x1) {
-            Part const part{edge.At(x0), edge.At(x1), static_cast<float>(x1 - x0) * edge.sign};
+            bool const flat = std::abs(edge.slope) < kFlat;
+            float const weight = flat ? static_cast<float>(x1 - x0) : edge.perRise;
+            Part const part{edge.At(x0), edge.At(x1), weight * edge.sign, flat};
             parts[count++] = part;
             top = std::min({top, part.y0, part.y1});
             bottom = std::max({bottom, part.y0, part.y1});
@@ -121,43 +122,60 @@ void DrawColumn(TurnedTarget const& target, Edge const (&edges)[4], int column) 
     for (int row = first; row < bottom && count > 0; row += kLanes) {
         Lanes share = {0, 0, 0, 0};
         for (int i = 0; i < count; ++i) {
-            auto const y0 = static_cast<float>(parts[i].y0 - row);
-            auto const y1 = static_cast<float>(parts[i].y1 - row);
-            share += ShareAbove(y0, y1, kRows) * parts[i].weight;
+            Lanes const y0 = static_cast<float>(parts[i].y0 - row) - kRows;
+            Lanes const y1 = static_cast<float>(parts[i].y1 - row) - kRows;
+            Lanes const above =
+                parts[i].flat ? ToUnit((y0 + y1) * 0.5F) : TwiceIntegral(y1) - TwiceIntegral(y0);
+            share += above * parts[i].weight;
         }
-        target.Put(column, row, ToUnit(share));
+        target.Put(column, row, ToCounts(ToUnit(share)));
     }
 }
+
+/// Heights in units of 2^-32 of a pixel.
+constexpr double kFixed = 4294967296.0;
 
 /// Columns that only the two long edges pass, from side to side.
 template <bool Flat>
 void DrawMiddle(TurnedTarget target, Edge const& upper, Edge const& lower, int from, int to) {
-    auto const rise = static_cast<float>(upper.slope);
-    Lanes const slope = {rise, rise, rise, rise};
-    Lanes const perRise = 0.5F / slope;
-    double const highest = upper.left.y + std::min(upper.slope, 0.0); // of a column
-    double const height = lower.At(from) - upper.At(from);
-    double const extent = height + std::abs(upper.slope);
-    Lanes const thickness = static_cast<float>(height) - Lanes{};
-    auto const start = static_cast<float>(-std::min(upper.slope, 0.0));
-    for (int column = from; column < to; ++column) {
-        double const top = highest + (column - upper.left.x) * upper.slope;
-        double const bottom = top + extent;
-        int row = FloorPixel(top);
+    if (from >= to) {
+        return;
+    }
+    auto const step = static_cast<std::int64_t>(upper.slope * kFixed);
+    double const slope = double(step) / kFixed;
+    double const drop = std::min(slope, 0.0);
+    // The highest point of the edge in a column, the same wherever the columns begin.
+    auto const base =
+        static_cast<std::int64_t>((upper.left.y + drop - upper.left.x * slope) * kFixed);
+    std::int64_t top = base + step * from;
+    auto const height = static_cast<float>(lower.At(from) - upper.At(from));
+    float const extent = height + static_cast<float>(std::abs(slope));
+    Lanes const start = static_cast<float>(-drop) - kRows;
+    float const rise = static_cast<float>(slope);
+    Lanes const perRise = upper.perRise * 255.0F - Lanes{};
+    for (int column = from; column < to; ++column, top += step) {
+        auto row = static_cast<int>(top >> 32);
+        auto below = static_cast<float>(static_cast<std::int32_t>((top & 0xffffffff) >> 8)) *
+                     (1.0F / 16777216);
+        float left = extent + below;
         do {
-            Lanes const u0 = start + static_cast<float>(top - row) - kRows;
-            Lanes const u1 = u0 + slope;
-            Lanes const l0 = u0 + thickness;
-            Lanes const l1 = u1 + thickness;
+            Lanes const u0 = start + below;
+            Lanes const u1 = u0 + rise;
+            Lanes const l0 = u0 + height;
+            Lanes const l1 = u1 + height;
             if (Flat) {
-                target.Put(column, row, ToUnit((l0 + l1) * 0.5F) - ToUnit((u0 + u1) * 0.5F));
+                target.Put(
+                    column, row, ToCounts(ToUnit((l0 + l1) * 0.5F) - ToUnit((u0 + u1) * 0.5F)));
             } else {
                 Lanes const lowerRise = TwiceIntegral(l1) - TwiceIntegral(l0);
                 Lanes const upperRise = TwiceIntegral(u1) - TwiceIntegral(u0);
-                target.Put(column, row, (lowerRise - upperRise) * perRise);
+                Lanes const share = (lowerRise - upperRise) * perRise;
+                target.Put(column, row, __builtin_convertvector(share + 0.5F, Counts));
             }
             row += kLanes;
-        } while (row < bottom);
+            below -= kLanes;
+            left -= kLanes;
+        } while (left > 0);
     }
 }
 
@@ -184,8 +202,13 @@ void DrawSmoothLine(Target const& target, Segment const& segment, double width, 
         return;
     }
     Point const down = Point(-d.y, d.x) * (width / 2 / length); // d.x > 0: to larger rows
+    double const along = d.y / d.x;
+    double const across = d.x / d.y;
     Edge const edges[4] = {
-        {a + down, b + down}, {b + down, b - down}, {b - down, a - down}, {a - down, a + down}};
+        {a + down, b + down, along, across},
+        {b + down, b - down, -across, -along},
+        {b - down, a - down, along, across},
+        {a - down, a + down, -across, -along}};
     TurnedTarget const turned(target, steep, ink);
     double const reach = std::abs(down.x);
     int const from = std::max(turned.clip.left, FloorPixel(a.x - reach));
