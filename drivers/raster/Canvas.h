@@ -3,6 +3,7 @@
 #include "cimage/PixelTypes.h"
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/Workers.h"
+#include "drivers/raster/detail/MeshRows.h"
 #include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/RowBands.h"
 #include "drivers/raster/detail/UprightImage.h"
@@ -46,6 +47,8 @@ struct View;
 ///   as long as the view keeps the axes.
 /// - With lineSmooth, lines and outlines are the exact rectangle of that width around the exact
 ///   line with butt ends, each pixel covered by the area inside: a line of no length is not seen.
+///   So are the edges of filled shapes, and of triangles and quads without texture, light and depth
+///   test: what those of one call cover of a pixel adds up, so that shared edges are not seen.
 /// - Filled shapes cover the pixels whose centre is inside; a centre on an edge belongs to the
 ///   shape on its right, or below a horizontal edge. So a box with whole-numbered corners covers
 ///   exactly (x1 - x0) * (y1 - y0) pixels, and shapes that share an edge share no pixel.
@@ -183,6 +186,7 @@ private:
     struct Scratch {
         detail::OutlineScratch outline;
         detail::ImageScratch image;
+        detail::MeshScratch mesh;
     };
     /// Calls draw(target, scratch): once, or, when about so many pixels are to be drawn that it
     /// pays, for bands of the clip on all workers. No pixel depends on where the clip ends, so the
@@ -197,6 +201,7 @@ private:
         Reader const& reader, detail::DepthRange const& range, std::size_t count, Pen const& pen);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
     double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
+    bool DrawSmoothMesh(VertexArray const& vertices, std::size_t corners);
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band

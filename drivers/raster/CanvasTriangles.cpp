@@ -279,7 +279,7 @@ void WithShader(
 } // namespace
 
 void Canvas::Triangles(VertexArray const& vertices) {
-    if (m_clip.Empty()) {
+    if (m_clip.Empty() || DrawSmoothMesh(vertices, 3)) {
         return;
     }
     View const view = MakeView();
@@ -315,7 +315,7 @@ void Canvas::Triangles(VertexArray const& vertices) {
 }
 
 void Canvas::Quads(VertexArray const& vertices) {
-    if (m_clip.Empty()) {
+    if (m_clip.Empty() || DrawSmoothMesh(vertices, 4)) {
         return;
     }
     View const view = MakeView();

@@ -47,7 +47,7 @@ struct DrawState {
     bool blend = false;
     float lineWidth = 1;     ///< pixels; values that are no widths count as 1
     float pointSize = 1;     ///< pixels; values below 1 count as 1
-    bool lineSmooth = false; ///< anti-aliased lines and outlines
+    bool lineSmooth = false; ///< anti-aliased lines, outlines and edges
     bool bilinear = false;   ///< how textures are sampled; off: the nearest texel
     Texture texture;
     bool depthTest = false;  ///< counts in views with perspective only

@@ -61,6 +61,24 @@ TEST(CanvasSmooth, ShapesCoverTheirArea) {
         {"thick ring", 18, 2 * kPi * 18 * 18, Oval(14, 14, 50, 50, 0, 7, false)},
         {"filled box", 1, 30.4 * 20.7, [](Canvas& c) { c.Box(8.3, 9.9, 38.7, 30.6, true); }},
         {"filled ellipse", 1, kPi * 24 * 11, Oval(8.4, 12, 56.4, 34, 0, 7, true)},
+        {"triangle",
+         1,
+         929.105,
+         [](Canvas& c) {
+             c.Triangles(Vertices(Points2{{8.3F, 9.1F}, {50.2F, 14.7F}, {22.9F, 55.4F}}));
+         }},
+        {"far triangle",
+         1,
+         64 * 64 - 64 * 10.25,
+         [](Canvas& c) {
+             c.Triangles(Vertices(Points2{{10.25F, -1e30F}, {1e30F, 20}, {10.25F, 1e30F}}));
+         }},
+        {"thin triangle",
+         1,
+         0.5 * 40 * 0.3,
+         [](Canvas& c) {
+             c.Triangles(Vertices(Points2{{8, 20.1F}, {48, 30.1F}, {48, 30.4F}}));
+         }},
         {"filled slice", 1, bow / 2 * 24 * 24, Oval(8, 8, 56, 56, 0.5, 0.5 + bow, true)},
     };
     for (Shape const& shape : shapes) {
@@ -69,6 +87,86 @@ TEST(CanvasSmooth, ShapesCoverTheirArea) {
         canvas.State().lineWidth = shape.width;
         shape.draw(canvas);
         EXPECT_NEAR(CoveredArea(canvas), shape.area, 0.1 + shape.area * 0.003) << shape.what;
+    }
+}
+
+/// A wavy net of quads from 5.3 to 58.6 each way, and the same as triangles that turn both ways.
+struct Net {
+    std::vector<ColourVertex> quads;
+    std::vector<ColourVertex> triangles;
+
+    explicit Net(Colour colour) {
+        auto const at = [&](int i, int j) {
+            bool const inner = i > 0 && i < 13 && j > 0 && j < 13;
+            auto const x = 5.3 + 4.1 * i + (inner ? 0.9 * std::sin(i * 2.0 + j * 5.0) : 0);
+            auto const y = 5.3 + 4.1 * j + (inner ? 0.9 * std::cos(i * 3.0 + j) : 0);
+            return ColourVertex{colour, static_cast<float>(x), static_cast<float>(y), 0};
+        };
+        for (int k = 0; k < 13 * 13; ++k) {
+            int const i = k % 13;
+            int const j = k / 13;
+            auto const a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
+            quads.insert(quads.end(), {a, b, c, d});
+            triangles.insert(triangles.end(), {a, b, c, d, c, a});
+        }
+    }
+};
+
+TEST(CanvasSmooth, MeshesShowNoSeams) {
+    Net const net({255, 255, 255, 100});
+    for (bool const quads : {false, true}) {
+        for (bool const coloured : {false, true}) {
+            Canvas canvas = MakeCanvas();
+            canvas.State().lineSmooth = true;
+            canvas.State().blend = true;
+            canvas.State().colour = {255, 255, 255, 100};
+            VertexArray vertices = Vertices(quads ? net.quads : net.triangles);
+            vertices.colour = coloured ? vertices.colour : nullptr;
+            quads ? canvas.Quads(vertices) : canvas.Triangles(vertices);
+            for (int i = 6 * 64; i < 58 * 64; ++i) {
+                if (i % 64 >= 6 && i % 64 < 58) {
+                    ASSERT_EQ(canvas.Read(i % 64, i / 64).g, 100) << i % 64 << ", " << i / 64;
+                }
+            }
+            EXPECT_NEAR(CoveredArea(canvas) * 2.55, 53.3 * 53.3, 3);
+            EXPECT_EQ(canvas.Read(5, 30).g, 70) << "the edge is covered by 0.7";
+        }
+    }
+}
+
+TEST(CanvasSmooth, TrianglesOfAMeshThatOverlapLieAboveEachOther) {
+    std::vector<ColourVertex> mesh;
+    for (Colour const& colour : {Colour(255, 0, 0, 255), Colour(0, 0, 255, 128)}) {
+        float const x = colour.r > 0 ? 0.0F : 16.0F;
+        mesh.insert(mesh.end(), {{colour, x, 0, 0}, {colour, x + 40, 0, 0}, {colour, x, 90, 0}});
+    }
+    for (bool const blend : {false, true}) {
+        Canvas smooth = MakeCanvas(32, 32);
+        smooth.State().blend = blend;
+        Canvas hard = smooth;
+        smooth.State().lineSmooth = true;
+        smooth.Triangles(Vertices(mesh));
+        hard.Triangles(Vertices(mesh));
+        for (int const x : {3, 15, 16, 20}) {
+            EXPECT_EQ(smooth.Read(x, 5), hard.Read(x, 5)) << x;
+        }
+    }
+}
+
+TEST(CanvasSmooth, InsideOfAMeshItIsAsWithHardEdges) {
+    std::vector<ColourVertex> const mesh = {
+        {{250, 10, 90, 255}, -9, -5, 0},
+        {{20, 240, 0, 30}, 90, 4, 0},
+        {{70, 80, 255, 200}, 3, 99, 0}};
+    Canvas smooth = MakeCanvas(32, 32);
+    smooth.SetView(Matrix({1, 0, 0, 0, 0, 1, 0, 0, 0.002, 0.001, 0, 1}), {0, 0, 32, 32});
+    smooth.State().blend = true;
+    Canvas hard = smooth;
+    smooth.State().lineSmooth = true;
+    smooth.Triangles(Vertices(mesh));
+    hard.Triangles(Vertices(mesh));
+    for (int i = 0; i < 32 * 32; ++i) {
+        ASSERT_EQ(smooth.Read(i % 32, i / 32), hard.Read(i % 32, i / 32)) << i;
     }
 }
 

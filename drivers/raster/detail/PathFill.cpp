@@ -9,12 +9,9 @@ namespace drivers::raster::detail {
 
 namespace {
 
-/// Coverage is counted in whole numbers, whose sum is the same in any order.
-constexpr int kWhole = 1 << 16;
-
 /// @param part from 0 to 1
 int Fixed(double part) {
-    return static_cast<int>(part * kWhole + 0.5);
+    return static_cast<int>(part * PathFill::Whole + 0.5);
 }
 
 } // namespace
@@ -31,6 +28,7 @@ void PathFill::Start(math::Rect2<int> const& clip) {
     auto const columns = static_cast<std::size_t>(clip.Width());
     if (m_sums.size() < columns + 2) {
         m_sums.resize(columns + 2, 0);
+        m_shares.resize(columns);
         m_coverage.resize(columns);
     }
 }
@@ -106,7 +104,7 @@ void PathFill::FindCrossings(int y) {
     }
 }
 
-int PathFill::SumCoverage(int y, int& x0) {
+int PathFill::SumShares(int y, int& x0) {
     m_touchedFrom = m_clip.Width();
     m_touchedTo = 0;
     for (int const i : m_active) {
@@ -127,9 +125,7 @@ int PathFill::SumCoverage(int y, int& x0) {
         auto const at = static_cast<std::size_t>(i);
         sum += m_sums[at];
         m_sums[at] = 0;
-        int const share = std::min(std::abs(sum), kWhole);
-        m_coverage[static_cast<std::size_t>(count++)] =
-            static_cast<unsigned char>((share * 255 + kWhole / 2) / kWhole);
+        m_shares[static_cast<std::size_t>(count++)] = std::min(std::abs(sum), Whole);
     }
     m_sums[static_cast<std::size_t>(m_clip.Width())] = 0;
     m_sums[static_cast<std::size_t>(m_clip.Width()) + 1] = 0;

@@ -21,6 +21,10 @@ public:
 /// rows is the same as one drawn whole.
 class PathFill : public ConvexSink {
 public:
+    /// Coverage is counted in whole numbers, whose sum is the same in any order: shapes that share
+    /// an edge cover together what they cover as one.
+    static constexpr int Whole = 1 << 16;
+
     void Start(math::Rect2<int> const& clip);
 
     /// A closed outline in pixels, all points within the guard band.
@@ -53,14 +57,26 @@ public:
         });
     }
 
-    /// Calls cover(y, x0, count, coverage) with the share of each pixel that lies inside, 0 to 255.
+    /// Calls cover(y, x0, count, shares) with the share of each pixel that lies inside, 0 to Whole.
     template <class Cover>
-    void Coverage(Cover&& cover) {
+    void Shares(Cover&& cover) {
         ForEachRow([&](int y) {
             int x0 = 0;
-            if (int const count = SumCoverage(y, x0)) {
-                cover(y, x0, count, m_coverage.data());
+            if (int const count = SumShares(y, x0)) {
+                cover(y, x0, count, m_shares.data());
             }
+        });
+    }
+
+    /// The same with shares from 0 to 255.
+    template <class Cover>
+    void Coverage(Cover&& cover) {
+        Shares([&](int y, int x0, int count, int const* shares) {
+            for (int i = 0; i < count; ++i) {
+                m_coverage[static_cast<std::size_t>(i)] =
+                    static_cast<unsigned char>((shares[i] * 255 + Whole / 2) / Whole);
+            }
+            cover(y, x0, count, m_coverage.data());
         });
     }
 
@@ -92,7 +108,7 @@ private:
     void AddEdge(Point a, Point b);
     void EnterRow(int y);
     void FindCrossings(int y);
-    int SumCoverage(int y, int& x0);
+    int SumShares(int y, int& x0);
     void Accumulate(double x0, double x1, int height);
     void AccumulateInside(double x0, double x1, int height);
 
@@ -104,6 +120,7 @@ private:
     std::vector<int> m_active;
     std::vector<Crossing> m_crossings;
     std::vector<int> m_sums; ///< change of coverage from pixel to pixel; all 0 between rows
+    std::vector<int> m_shares;
     std::vector<unsigned char> m_coverage;
     int m_touchedFrom = 0;
     int m_touchedTo = 0;
