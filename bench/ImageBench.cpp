@@ -105,6 +105,7 @@ template <class Draw>
 void MoveCamera(benchmark::State& state, Draw const& draw) {
     CWindow window = MakeWindow();
     draw(window);
+    window.Refresh(true); // what is done once is no part of a redraw
     int frame = 0;
     for (auto _ : state) {
         double const shift = frame++ & 1;
