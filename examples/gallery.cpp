@@ -123,34 +123,42 @@ void DrawShapes(CWindow& window, bool smooth) {
     window.DrawSlicedEllipse(155, 115, 230, 190, 0.4, 5, false);
 }
 
-void DrawMeshes(CWindow& window) {
+/// Triangles around a centre, as many as there are hues.
+void DrawWheel(CWindow& window, double x, double y) {
     std::vector<C4UB_V3F_t> wheel;
-    auto const rim = [](int i) {
+    auto const rim = [&](int i) {
         Colour const c = Hue(i / 24.0);
         double const a = 2 * pi * i / 24;
-        return C4UB_V3F_t{
-            c.r, c.g, c.b, 255, F(75 + 62 * std::cos(a)), F(75 + 62 * std::sin(a)), 0};
+        return C4UB_V3F_t{c.r, c.g, c.b, 255, F(x + 38 * std::cos(a)), F(y + 38 * std::sin(a)), 0};
     };
     for (int i = 0; i < 24; ++i) {
-        wheel.insert(wheel.end(), {{255, 255, 255, 255, 75, 75, 0}, rim(i), rim(i + 1)});
+        wheel.insert(wheel.end(), {{255, 255, 255, 255, F(x), F(y), 0}, rim(i), rim(i + 1)});
     }
     window._DrawTriangles(wheel);
-    window.SetBlend(BlendAlpha);
-    std::vector<C4UB_V3F_t> fade = {
-        {255, 150, 50, 255, 150, 20, 0},
-        {255, 150, 50, 0, 230, 20, 0},
-        {90, 180, 255, 0, 230, 120, 0},
-        {90, 180, 255, 255, 150, 120, 0}};
-    window._DrawQuads(fade);
-    std::vector<P2> flat; // shared edges are drawn once
-    for (int i = 0; i < 12; ++i) {
-        float const x = F(16 + i * 17);
-        float const up = i % 2 ? 0 : 8;
-        flat.insert(
-            flat.end(), {{x, 142 + up}, {x + 17, 150 - up}, {x + 17, 182 + up}, {x, 190 - up}});
+}
+
+void DrawMeshes(CWindow& window) {
+    for (bool const smooth : {false, true}) {
+        window.SetLineSmoothing(smooth);
+        window.SetBlend(BlendOpaque);
+        DrawWheel(window, smooth ? 128 : 46, 70);
+        window.SetBlend(BlendAlpha);
+        std::vector<P2> flat; // shared edges are not seen
+        for (int i = 0; i < 6; ++i) {
+            float const x = F((smooth ? 126 : 16) + i * 17);
+            float const up = i % 2 ? 0 : 8;
+            flat.insert(
+                flat.end(), {{x, 136 + up}, {x + 17, 144 - up}, {x + 17, 176 + up}, {x, 184 - up}});
+        }
+        window.SetColor(Colour(110, 220, 120, 140));
+        window._DrawQuads(flat);
     }
-    window.SetColor(Colour(110, 220, 120, 140));
-    window._DrawQuads(flat);
+    std::vector<C4UB_V3F_t> fade = {
+        {255, 150, 50, 255, 176, 26, 0},
+        {255, 150, 50, 0, 232, 26, 0},
+        {90, 180, 255, 0, 232, 112, 0},
+        {90, 180, 255, 255, 176, 112, 0}};
+    window._DrawQuads(fade);
 }
 
 /// A camera at a point that looks at another one, with z upwards; half the view is half as wide as
