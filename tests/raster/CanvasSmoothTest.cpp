@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <limits>
 
 namespace tests {
 
@@ -46,6 +47,7 @@ TEST(CanvasSmooth, ShapesCoverTheirArea) {
     double const rounded =
         3 * (40 + std::hypot(40, rise)) + 1.5 * 1.5 * (turn / 2 - std::tan(turn / 2));
     double const bow = 1.25;
+    float const infinite = std::numeric_limits<float>::infinity();
     Shape const shapes[] = {
         {"one bend", 3, 3 * 62, Chain({{10.3F, 8}, {40.3F, 8}, {40.3F, 40}}, false)},
         {"both ways", 5, 5 * 66, Chain({{8, 8}, {30, 8}, {30, 30}, {52, 30}}, false)},
@@ -53,6 +55,12 @@ TEST(CanvasSmooth, ShapesCoverTheirArea) {
          4,
          4 * 120,
          Chain({{12.5F, 12.5F}, {42.5F, 12.5F}, {42.5F, 42.5F}, {12.5F, 42.5F}}, true)},
+        {"far line", 3, 3 * 64, Chain({{-1e30F, 20.25F}, {1e30F, 20.25F}}, false)},
+        {"far bend", 4, 4 * 86, Chain({{-1e30F, 10}, {32, 10}, {32, 1e30F}}, false)},
+        {"endless width", infinite, 40 * 64, Chain({{10, 20}, {50, 20}}, false)},
+        {"no width", 1e-40F, 0, Chain({{10, 20}, {50, 20}}, false)},
+        {"not a width", std::nanf(""), 40, Chain({{10, 20}, {50, 20}}, false)},
+        {"denormal length", 9, 0, Chain({{10, 1e-40F}, {10, 0}}, false)},
         {"rounded bend", 3, rounded, Chain({{12, 20}, {52, 20}, {12, 34}}, false)},
         {"short pieces", 2, 2 * 48, Chain({{8, 9}, {8.5F, 9}, {9, 9}, {56, 9}}, false)},
         {"box", 4, 4 * 120, [](Canvas& c) { c.Box(12.5, 12.5, 42.5, 42.5, false); }},
