@@ -35,7 +35,46 @@ bool IsSwapped(Uint32 format) {
            (format == SDL_PIXELFORMAT_RGB888 || format == SDL_PIXELFORMAT_ARGB8888);
 }
 
+void Convert(raster::Colour const* from, unsigned char* to, int count, Uint32 format) {
+    if (IsSwapped(format)) {
+        SwapRedAndBlue(from, to, count);
+        return;
+    }
+    int const pitch = count * static_cast<int>(SDL_BYTESPERPIXEL(format));
+    Check(
+        SDL_ConvertPixels(count, 1, SDL_PIXELFORMAT_RGBA32, from, count * 4, format, to, pitch) ==
+            0,
+        "SDL_ConvertPixels");
+}
+
 } // namespace
+
+/// Brings a row up to the picture's.
+/// @return what of it changed, to the block: the first pixel and the one after the last
+std::pair<int, int> SurfaceCopy::CopyChanges(
+    raster::Colour const* from, unsigned char* shown, int width, Uint32 format) {
+    // SDL's conversions begin slowly.
+    int const step = IsSwapped(format) ? blockPixels : width;
+    m_block.resize(static_cast<std::size_t>(step) * sizeof(Uint32));
+    auto const at = [&](int x) { return shown + std::ptrdiff_t{x} * SDL_BYTESPERPIXEL(format); };
+    auto const differs = [&](int begin, int end) {
+        Convert(from + begin, m_block.data(), end - begin, format);
+        auto const bytes = static_cast<std::size_t>(at(end) - at(begin));
+        return std::memcmp(at(begin), m_block.data(), bytes) != 0;
+    };
+    int left = 0;
+    while (left < width && !differs(left, std::min(left + step, width))) {
+        left += step;
+    }
+    int right = width;
+    while (right - step > left && !differs(right - step, right)) {
+        right -= step;
+    }
+    if (left < right) {
+        Convert(from + left, at(left), right - left, format);
+    }
+    return {left, right};
+}
 
 void SurfaceCopy::Include(int y, int left, int right) {
     if (!m_changed.empty()) {
@@ -51,61 +90,22 @@ void SurfaceCopy::Include(int y, int left, int right) {
     m_changed.push_back({left, y, right - left, 1});
 }
 
-void SurfaceCopy::Convert(raster::Colour const* from, int width, SDL_PixelFormat const& format) {
-    if (IsSwapped(format.format)) {
-        SwapRedAndBlue(from, m_row.data(), width);
-        return;
-    }
-    Check(
-        SDL_ConvertPixels(
-            width,
-            1,
-            SDL_PIXELFORMAT_RGBA32,
-            from,
-            width * 4,
-            format.format,
-            m_row.data(),
-            width * format.BytesPerPixel) == 0,
-        "SDL_ConvertPixels");
-}
-
-void SurfaceCopy::CopyChanges(int y, int width, unsigned char* shown, int pixelBytes) {
-    auto const at = [pixelBytes](int x) { return std::ptrdiff_t{x} * pixelBytes; };
-    auto const differs = [&](int begin, int end) {
-        auto const bytes = static_cast<std::size_t>(at(end - begin));
-        return std::memcmp(shown + at(begin), m_row.data() + at(begin), bytes) != 0;
-    };
-    int left = 0;
-    while (left < width && !differs(left, std::min(left + blockPixels, width))) {
-        left += blockPixels;
-    }
-    if (left >= width) {
-        return;
-    }
-    int right = width;
-    while (right - blockPixels > left && !differs(right - blockPixels, right)) {
-        right -= blockPixels;
-    }
-    std::memcpy(
-        shown + at(left), m_row.data() + at(left), static_cast<std::size_t>(at(right - left)));
-    Include(y, left, right);
-}
-
 std::vector<SDL_Rect> const&
 SurfaceCopy::Update(raster::Canvas const& picture, SDL_Surface& surface, bool all) {
-    m_changed.clear();
     int const width = std::min(picture.Width(), surface.w);
     int const height = std::min(picture.Height(), surface.h);
-    int const pixelBytes = surface.format->BytesPerPixel;
-    m_row.resize(static_cast<std::size_t>(width) * 4);
+    Uint32 const format = surface.format->format;
+    m_changed.clear();
     for (int y = 0; y < height; ++y) {
-        Convert(picture.Row(y), width, *surface.format);
         auto* const shown =
             static_cast<unsigned char*>(surface.pixels) + std::ptrdiff_t{y} * surface.pitch;
         if (all) {
-            std::memcpy(shown, m_row.data(), static_cast<std::size_t>(width * pixelBytes));
-        } else {
-            CopyChanges(y, width, shown, pixelBytes);
+            Convert(picture.Row(y), shown, width, format);
+            continue;
+        }
+        auto const [left, right] = CopyChanges(picture.Row(y), shown, width, format);
+        if (left < right) {
+            Include(y, left, right);
         }
     }
     if (all) {

@@ -4,6 +4,7 @@
 
 #include <SDL2/SDL.h>
 
+#include <utility>
 #include <vector>
 
 namespace drivers::sdl {
@@ -17,13 +18,12 @@ public:
     Update(raster::Canvas const& picture, SDL_Surface& surface, bool all);
 
 private:
-    /// One row of the picture in the surface's format.
-    void Convert(raster::Colour const* from, int width, SDL_PixelFormat const& format);
-    void CopyChanges(int y, int width, unsigned char* shown, int pixelBytes);
+    std::pair<int, int>
+    CopyChanges(raster::Colour const* from, unsigned char* shown, int width, Uint32 format);
     void Include(int y, int left, int right);
 
     std::vector<SDL_Rect> m_changed;
-    std::vector<unsigned char> m_row;
+    std::vector<unsigned char> m_block; // as the picture would have it shown
 };
 
 } // namespace drivers::sdl

@@ -254,8 +254,8 @@ TEST_F(SdlWindow, DeliversCharactersAndKeyCodes) {
         char const* keys;
         std::vector<std::uint32_t> codes;
     } const cases[] = {
-        {"key a Z 1 plus space eacute EuroSign",
-         {'a', KeyShift, 'Z', '1', KeyShift, '+', ' ', 0xE9, 0x20AC}},
+        {"key a Z 1 plus space eacute EuroSign dead_acute o",
+         {'a', KeyShift, 'Z', '1', KeyShift, '+', ' ', 0xE9, 0x20AC, 0xF3}},
         {"key Return BackSpace Tab Escape Delete",
          {KeyEnter, KeyBackspace, KeyTab, KeyEscape, KeyDelete}},
         {"key F1 F12 Left Up Prior Next Home End Insert",

@@ -104,15 +104,15 @@ void WaitForWindowManager(std::string const& name) {
     XCloseDisplay(display);
 }
 
-/// Gives the keyboard two keys that its plain layout lacks, so that nobody has to change the layout
+/// Gives the keyboard keys that its plain layout lacks, so that nobody has to change the layout
 /// while keys are typed.
 void AddKeys(std::string const& name) {
     ::Display* const display = XOpenDisplay(name.c_str());
-    KeySym keys[] = {XK_eacute, XK_EuroSign};
+    KeySym keys[] = {XK_dead_acute, XK_eacute, XK_EuroSign};
     int first = 0;
     int last = 0;
     XDisplayKeycodes(display, &first, &last);
-    XChangeKeyboardMapping(display, last - 1, 1, keys, 2);
+    XChangeKeyboardMapping(display, last - 2, 1, keys, 3);
     XSync(display, False);
     XCloseDisplay(display);
 }
