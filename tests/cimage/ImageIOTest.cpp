@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -88,49 +89,30 @@ void ExpectSamePixels(CImage const& a, CImage const& b, std::string const& what)
 
 TEST_F(ImageIO, EveryTypeComesBackAsTheFormatHoldsIt) {
     enum : unsigned { U8 = 1, U16 = 3, RGB8 = 13, RGBA8 = 14, RGB16 = 16, RGBA16 = 17 };
-    struct {
-        unsigned stored, pgm, ppm;
-    } const table[] = {
-        {}, // stored by PNG and TIFF, and by PNM files of the two extensions
-        {U8, U8, RGB8},
-        {U8, U8, RGB8},
-        {U16, U16, RGB16},
-        {U16, U16, RGB16},
-        {U8, U8, RGB8},
-        {U8, U8, RGB8},
-        {U8, U8, RGB8},
-        {U8, U8, RGB8},
-        {U16, U16, RGB16},
-        {U16, U16, RGB16},
-        {U16, U16, RGB16},
-        {U16, U16, RGB16},
-        {RGB8, U8, RGB8},
-        {RGBA8, U8, RGB8},
-        {RGBA8, U8, RGB8},
-        {RGB16, U16, RGB16},
-        {RGBA16, U16, RGB16},
-    };
-    auto const withoutAlpha = [](unsigned type) {
-        return type == RGBA8 ? RGB8 : type == RGBA16 ? RGB16 : type;
-    };
+    // Stored by PNG and TIFF, and by PNM files without alpha.
+    unsigned const storedAs[] = {
+        0, U8, U8, U16, U16, U8, U8, U8, U8, U16, U16, U16, U16, RGB8, RGBA8, RGBA8, RGB16, RGBA16};
     for (unsigned width : {5U, 16U}) {
         auto const images = MakeOneOfEach(width, 7);
         for (unsigned type = 1; type < images.size(); ++type) {
-            auto const& row = table[type];
+            unsigned const stored = storedAs[type];
+            bool const deep = stored == U16 || stored == RGB16 || stored == RGBA16;
+            unsigned const grey = deep ? U16 : U8;
+            unsigned const colour = deep ? RGB16 : RGB8;
             std::pair<char const*, unsigned> const expectations[] = {
-                {"a.png", row.stored},
-                {"a.TIFF", row.stored},
-                {"a.tif", row.stored},
-                {"a.pgm", row.pgm},
-                {"a.Ppm", row.ppm},
-                {"a.pnm", withoutAlpha(row.stored)}};
+                {"a.png", stored},
+                {"a.TIFF", stored},
+                {"a.tif", stored},
+                {"a.pgm", grey},
+                {"a.Ppm", colour},
+                {"a.pnm", stored < RGB8 ? grey : colour}};
             for (auto const& expected : expectations) {
                 Save(Path(expected.first), *images[type], ptree());
                 ptree metadata;
                 auto const read = Load(Path(expected.first), metadata);
                 auto const wanted = images[expected.second]->Clone();
                 bool const isMosaic = type >= 5 && type <= 12;
-                ConvertAs(isMosaic ? row.stored : type, *images[type], *wanted);
+                ConvertAs(isMosaic ? stored : type, *images[type], *wanted);
                 ExpectSamePixels(
                     *read, *wanted, expected.first + (" of type " + std::to_string(type)));
                 EXPECT_TRUE(metadata.empty());
@@ -329,6 +311,20 @@ TEST_F(ImageIO, LargerImagesThanAllowedAreRefused) {
 
 // ---- files as other programs write them
 
+using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+/// Writes a file by the library's own calls.
+template <class Write>
+void WritePngBy(std::string const& path, Write const& write) {
+    FilePtr const file(std::fopen(path.c_str(), "wb"), std::fclose);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file.get());
+    write(png, info);
+    png_write_end(png, nullptr);
+    png_destroy_write_struct(&png, &info);
+}
+
 TEST_F(ImageIO, PngTextsThatExpandToGigabytesAreRefused) {
     std::string const text(9000000, 'x');
     uLongf size = compressBound(text.size());
@@ -336,20 +332,15 @@ TEST_F(ImageIO, PngTextsThatExpandToGigabytesAreRefused) {
     chunk[0] = 'K'; // then the end of the key, and the kind of compression
     compress(chunk.data() + 3, &size, reinterpret_cast<Bytef const*>(text.data()), text.size());
     for (int const chunks : {1, 2, 300}) {
-        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
-            std::fopen(Path("a.png").c_str(), "wb"), std::fclose);
-        png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-        png_infop info = png_create_info_struct(png);
-        png_init_io(png, file.get());
-        png_set_IHDR(png, info, 1, 1, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, 0, 0);
-        png_write_info(png, info);
-        for (int i = 0; i < chunks; ++i) {
-            png_write_chunk(png, reinterpret_cast<png_const_bytep>("zTXt"), chunk.data(), 3 + size);
-        }
-        png_write_row(png, chunk.data());
-        png_write_end(png, info);
-        png_destroy_write_struct(&png, &info);
-        file.reset();
+        WritePngBy(Path("a.png"), [&](png_structp png, png_infop info) {
+            png_set_IHDR(png, info, 1, 1, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, 0, 0);
+            png_write_info(png, info);
+            for (int i = 0; i < chunks; ++i) {
+                auto const* const name = reinterpret_cast<png_const_bytep>("zTXt");
+                png_write_chunk(png, name, chunk.data(), 3 + size);
+            }
+            png_write_row(png, chunk.data());
+        });
         ptree options;
         if (chunks == 1) {
             auto const image = CreateFromFile(Path("a.png"), options);
@@ -386,27 +377,30 @@ TEST_F(ImageIO, LongerTextsThanAllowedAreRefused) {
     }
 }
 
-TEST_F(ImageIO, JpegFilesThatRepeatTheirScansAreRefused) {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
-        std::fopen(Path("a.jpg").c_str(), "wb"), std::fclose);
+/// Writes 8 x 8 pixels of some structure.
+void WriteJpegVariant(std::string const& path, J_COLOR_SPACE space, int channels) {
+    FilePtr const file(std::fopen(path.c_str(), "wb"), std::fclose);
     jpeg_compress_struct jpeg{};
     jpeg_error_mgr errors{};
     jpeg.err = jpeg_std_error(&errors);
     jpeg_create_compress(&jpeg);
     jpeg_stdio_dest(&jpeg, file.get());
     jpeg.image_width = jpeg.image_height = 8;
-    jpeg.input_components = 1;
-    jpeg.in_color_space = JCS_GRAYSCALE;
+    jpeg.input_components = channels;
+    jpeg.in_color_space = space;
     jpeg_set_defaults(&jpeg);
     jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
-    JSAMPLE pixels[8] = {1, 99, 3, 200, 5, 6, 70, 8};
+    JSAMPLE pixels[32] = {1, 99, 3, 200, 5, 6, 70, 8};
     for (JSAMPROW row = pixels; jpeg.next_scanline < 8;) {
         jpeg_write_scanlines(&jpeg, &row, 1);
     }
     jpeg_finish_compress(&jpeg);
     jpeg_destroy_compress(&jpeg);
-    file.reset();
+}
+
+TEST_F(ImageIO, JpegFilesThatRepeatTheirScansAreRefused) {
+    WriteJpegVariant(Path("a.jpg"), JCS_GRAYSCALE, 1);
     std::string const whole = ReadFile(Path("a.jpg"));
     std::size_t const scan = whole.find("\xFF\xDA");
     std::size_t const end = whole.find('\xFF', scan + 2);
@@ -428,12 +422,7 @@ struct PngVariant {
     std::vector<unsigned> first;  ///< channels of the first pixel as read
 };
 
-void WritePngVariant(std::string const& path, PngVariant const& variant) {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(
-        std::fopen(path.c_str(), "wb"), std::fclose);
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    png_init_io(png, file.get());
+void WriteVariant(png_structp png, png_infop info, PngVariant const& variant) {
     png_set_IHDR(png, info, 4, 4, variant.bits, variant.colour, variant.interlace, 0, 0);
     png_color const palette[] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}};
     png_byte const alpha[] = {50, 60};
@@ -447,8 +436,6 @@ void WritePngVariant(std::string const& path, PngVariant const& variant) {
     std::vector<png_byte> row(variant.packed.begin(), variant.packed.end());
     std::vector<png_bytep> rows(4, row.data());
     png_write_image(png, rows.data());
-    png_write_end(png, nullptr);
-    png_destroy_write_struct(&png, &info);
 }
 
 TEST_F(ImageIO, PngVariantsAreRead) {
@@ -470,7 +457,9 @@ TEST_F(ImageIO, PngVariantsAreRead) {
         {C, 8, Adam7, 13, {1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {1, 2, 3}},
     };
     for (PngVariant const& variant : variants) {
-        WritePngVariant(Path("a.png"), variant);
+        WritePngBy(Path("a.png"), [&](png_structp png, png_infop info) {
+            WriteVariant(png, info, variant);
+        });
         auto const image = CreateFromFile(Path("a.png"), ptree());
         ASSERT_EQ(image->Type(), variant.type) << variant.colour << " " << variant.bits;
         bool const deep = variant.bits == 16;
@@ -526,36 +515,23 @@ void WriteTiffVariant(std::string const& path, TiffVariant const& variant) {
     unsigned const planes = separate ? variant.samples : 1U;
     unsigned const channels = separate ? 1U : variant.samples;
     uint32_t const blockWidth = variant.tile != 0 ? variant.tile : width;
-    uint32_t const blockHeight = variant.tile != 0 ? variant.tile : 4;
-    for (unsigned plane = 0; plane < planes; ++plane) {
+    uint32_t const blockHeight = variant.tile != 0 ? variant.tile : 1;
+    for (uint16_t plane = 0; plane < planes; ++plane) {
         for (uint32_t y = 0; y < height; y += blockHeight) {
             for (uint32_t x = 0; x < width; x += blockWidth) {
-                std::vector<ushort> deep(std::size_t{blockWidth} * blockHeight * channels);
-                std::vector<uchar> shallow(deep.size());
-                if (x + blockWidth >= width && y + blockHeight >= height) {
-                    std::size_t const pixel = (height - 1 - y) * blockWidth + width - 1 - x;
-                    for (unsigned c = 0; c < channels; ++c) {
-                        unsigned const value = variant.samplesOfLast[separate ? plane : c];
-                        deep[pixel * channels + c] = static_cast<ushort>(value);
-                        shallow[pixel * channels + c] = static_cast<uchar>(value);
-                    }
+                std::size_t const bytes = variant.bits / 8U;
+                std::vector<uchar> block(bytes * blockWidth * blockHeight * channels);
+                bool const isLast = x + blockWidth >= width && y + blockHeight >= height;
+                std::size_t const pixel = (height - 1 - y) * blockWidth + width - 1 - x;
+                for (unsigned c = 0; c < channels && isLast; ++c) {
+                    auto const value =
+                        static_cast<ushort>(variant.samplesOfLast[separate ? plane : c]);
+                    std::memcpy(&block[(pixel * channels + c) * bytes], &value, bytes);
                 }
-                void* const bytes = variant.bits == 16 ? static_cast<void*>(deep.data())
-                                                       : static_cast<void*>(shallow.data());
-                auto const size = static_cast<tmsize_t>(deep.size() * variant.bits / 8);
                 if (variant.tile != 0) {
-                    TIFFWriteEncodedTile(
-                        tiff,
-                        TIFFComputeTile(tiff, x, y, 0, static_cast<uint16_t>(plane)),
-                        bytes,
-                        size);
+                    TIFFWriteTile(tiff, block.data(), x, y, 0, plane);
                 } else {
-                    auto const rows = static_cast<tmsize_t>(std::min(blockHeight, height - y));
-                    TIFFWriteEncodedStrip(
-                        tiff,
-                        TIFFComputeStrip(tiff, y, static_cast<uint16_t>(plane)),
-                        bytes,
-                        size / static_cast<tmsize_t>(blockHeight) * rows);
+                    TIFFWriteScanline(tiff, block.data(), y, plane);
                 }
             }
         }
@@ -581,7 +557,7 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
         {"inverted", "w", 8, 1, White, UInt, Mixed, 0, -1, 1, {9}, {246}},
         {"signed", "w", 16, 1, Black, Int, Mixed, 0, -1, 4, {0xFFFE}, {0xFFFE}},
         {"alpha", "w", 8, 4, Colour, UInt, Mixed, 0, Straight, 14, {9, 8, 7, 6}, {9, 8, 7, 6}},
-        {"multiplied",
+        {"times alpha",
          "w",
          8,
          4,
@@ -591,8 +567,8 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
          0,
          Multi,
          14,
-         {9, 0, 128, 128},
-         {18, 0, 255, 128}},
+         {9, 0, 8, 8},
+         {255, 0, 255, 8}},
         {"grey and alpha", "w", 8, 2, Black, UInt, Mixed, 0, Straight, 14, {9, 255}, {9, 9, 9}},
     };
     for (TiffVariant const& variant : variants) {
@@ -611,23 +587,7 @@ TEST_F(ImageIO, TiffVariantsAreRead) {
 }
 
 TEST_F(ImageIO, JpegOfFourPrintingColoursIsRefused) {
-    jpeg_compress_struct jpeg{};
-    jpeg_error_mgr errors{};
-    jpeg.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&jpeg);
-    std::FILE* const file = std::fopen(Path("a.jpg").c_str(), "wb");
-    jpeg_stdio_dest(&jpeg, file);
-    jpeg.image_width = jpeg.image_height = 1;
-    jpeg.input_components = 4;
-    jpeg.in_color_space = JCS_CMYK;
-    jpeg_set_defaults(&jpeg);
-    jpeg_start_compress(&jpeg, TRUE);
-    uchar pixel[4] = {1, 2, 3, 4};
-    JSAMPROW row = pixel;
-    jpeg_write_scanlines(&jpeg, &row, 1);
-    jpeg_finish_compress(&jpeg);
-    jpeg_destroy_compress(&jpeg);
-    std::fclose(file);
+    WriteJpegVariant(Path("a.jpg"), JCS_CMYK, 4);
     EXPECT_THAT(ReadFailure(Path("a.jpg")), HasSubstr("four printing colours"));
 }
 

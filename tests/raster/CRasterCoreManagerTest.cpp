@@ -201,17 +201,14 @@ TEST(RasterCoreManager, InterpolatesImagesBetweenTheTwoExtensions) {
 /// The smallest rectangle around what is lit.
 math::Rect2<int> LitRectangle(Canvas const& canvas) {
     math::Rect2<int> r(canvas.Width(), canvas.Height(), 0, 0);
-    for (int y = 0; y < canvas.Height(); ++y) {
-        for (int x = 0; x < canvas.Width(); ++x) {
-            if (canvas.Read(x, y) != kBlack) {
-                r = {
-                    std::min(r.left, x),
-                    std::min(r.top, y),
-                    std::max(r.right, x + 1),
-                    std::max(r.bottom, y + 1)};
-            }
+    ForPixels(canvas, [&](int x, int y, Colour c) {
+        if (c != kBlack) {
+            r.left = std::min(r.left, x);
+            r.top = std::min(r.top, y);
+            r.right = std::max(r.right, x + 1);
+            r.bottom = std::max(r.bottom, y + 1);
         }
-    }
+    });
     return r;
 }
 
@@ -515,12 +512,9 @@ TEST(RasterCoreManager, TextsStandAtTheirDistance) {
     auto const written = [&](double z) {
         core.SetColor(kGreen);
         core.DrawText({-0.4 * z, 0.3 * z, z}, "MMM");
-        for (int i = 0; i < 64 * 48; ++i) {
-            if (core.Picture().Read(i % 64, i / 64) == kGreen) {
-                return true;
-            }
-        }
-        return false;
+        bool seen = false;
+        ForPixels(core.Picture(), [&](int, int, Colour c) { seen = seen || c == kGreen; });
+        return seen;
     };
     EXPECT_FALSE(written(5)) << "behind the wall";
     EXPECT_FALSE(written(0.5)) << "nearer than the range";

@@ -81,10 +81,7 @@ TEST(CanvasDepth, ManyTrianglesAreDrawnAsOneByOne) {
             for (std::size_t i = 0; i < corners.size(); i += 3) {
                 single.Triangles(from(kind, i, 3));
             }
-            for (int y = 0; y < 200; ++y) {
-                ASSERT_TRUE(std::equal(all.Row(y), all.Row(y) + 64, single.Row(y)))
-                    << y << ", " << kind << ", " << threads;
-            }
+            ExpectSame(all, single, 0, std::to_string(kind) + ", " + std::to_string(threads));
         }
     }
 }
@@ -241,12 +238,10 @@ TEST(CanvasDepth, MeshesInSpaceCoverEachPixelOnceAlsoWhereTheyAreCut) {
             fan.insert(fan.end(), {{0.013F, 0.3F, 0.1F}, rim(i), rim(i + 1)});
         }
         space.Triangles(Vertices(fan));
-        for (int y = 34; y < 64; ++y) {
-            for (int x = 0; x < 64; ++x) {
-                // The range begins at distance 0.5: row 32 + 64 * 0.3 / 0.5.
-                ASSERT_EQ(space.Read(x, y).r, 100) << x << ", " << y << ", " << depth;
-            }
-        }
+        // The range begins at distance 0.5: row 32 + 64 * 0.3 / 0.5.
+        ForPixels(space, [&](int x, int y, Colour c) {
+            ASSERT_TRUE(y < 34 || c.r == 100) << x << ", " << y << ", " << depth;
+        });
     }
 }
 
@@ -262,9 +257,7 @@ TEST(CanvasDepth, TranslucentLinesInSpaceBlendNoPixelTwice) {
                 Vertices(Points3{{-0.5F, -0.5F, 2}, {1, -0.4F, 3}, {0, 1.5F, 5}, {0, -1.5F, 4}}),
                 true);
             int most = 0;
-            for (int i = 0; i < 64 * 64; ++i) {
-                most = std::max<int>(most, canvas.Read(i % 64, i / 64).r);
-            }
+            ForPixels(canvas, [&](int, int, Colour c) { most = std::max<int>(most, c.r); });
             EXPECT_EQ(most, 128) << width << ", " << smooth;
         }
     }

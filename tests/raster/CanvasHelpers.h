@@ -5,6 +5,10 @@
 #include "math/Point3.h"
 #include "support/PictureCompare.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -18,19 +22,13 @@ using drivers::raster::VertexArray;
 constexpr Colour kBlack(0, 0, 0, 255);
 constexpr Colour kWhite(255, 255, 255, 255);
 
-inline VertexArray Vertices(std::vector<math::Point2<float>> const& points) {
+/// Points of two or three coordinates.
+template <class P>
+VertexArray Vertices(std::vector<P> const& points) {
     VertexArray v;
     v.position = &points.data()->x;
-    v.strideBytes = sizeof points[0];
-    v.count = points.size();
-    return v;
-}
-
-inline VertexArray Vertices(std::vector<math::Point3<float>> const& points) {
-    VertexArray v;
-    v.position = &points.data()->x;
-    v.dimension = 3;
-    v.strideBytes = sizeof points[0];
+    v.dimension = sizeof(P) / sizeof(float);
+    v.strideBytes = sizeof(P);
     v.count = points.size();
     return v;
 }
@@ -43,16 +41,6 @@ struct ColourVertex {
     float z = 0;
 };
 
-inline VertexArray Vertices(std::vector<ColourVertex> const& points) {
-    VertexArray v;
-    v.position = &points.data()->x;
-    v.dimension = 3;
-    v.strideBytes = sizeof points[0];
-    v.colour = &points.data()->colour.r;
-    v.count = points.size();
-    return v;
-}
-
 /// A vertex with its texture coordinates in front.
 struct TextureVertex {
     float s = 0;
@@ -62,13 +50,17 @@ struct TextureVertex {
     float z = 0;
 };
 
-inline VertexArray Vertices(std::vector<TextureVertex> const& points) {
-    VertexArray v;
-    v.position = &points.data()->x;
+inline VertexArray Vertices(std::vector<ColourVertex> const& points) {
+    VertexArray v = Vertices<ColourVertex>(points);
     v.dimension = 3;
-    v.strideBytes = sizeof points[0];
+    v.colour = &points.data()->colour.r;
+    return v;
+}
+
+inline VertexArray Vertices(std::vector<TextureVertex> const& points) {
+    VertexArray v = Vertices<TextureVertex>(points);
+    v.dimension = 3;
     v.texture = &points.data()->s;
-    v.count = points.size();
     return v;
 }
 
@@ -90,26 +82,40 @@ inline math::TMatrix<double, 3, 4> Matrix(std::initializer_list<double> rows) {
     return m;
 }
 
+/// Calls visit(x, y, colour) for each pixel, row by row, as long as nothing fails fatally.
+template <class Visit>
+void ForPixels(Canvas const& canvas, Visit const& visit) {
+    for (int y = 0; y < canvas.Height() && !testing::Test::HasFatalFailure(); ++y) {
+        for (int x = 0; x < canvas.Width(); ++x) {
+            visit(x, y, canvas.Read(x, y));
+        }
+    }
+}
+
+/// Two pictures that differ by no more than `most` in any channel.
+inline void ExpectSame(Canvas const& a, Canvas const& b, int most, std::string const& what) {
+    ForPixels(a, [&](int x, int y, Colour p) {
+        Colour const q = b.Read(x, y);
+        int const off = std::max(
+            {std::abs(p.r - q.r), std::abs(p.g - q.g), std::abs(p.b - q.b), std::abs(p.a - q.a)});
+        ASSERT_LE(off, most) << what << " at " << x << ", " << y;
+    });
+}
+
 /// Pixels that are not black.
 inline int LitPixels(Canvas const& canvas) {
     int lit = 0;
-    for (int y = 0; y < canvas.Height(); ++y) {
-        for (int x = 0; x < canvas.Width(); ++x) {
-            lit += canvas.Read(x, y) != kBlack;
-        }
-    }
+    ForPixels(canvas, [&](int, int, Colour c) { lit += c != kBlack; });
     return lit;
 }
 
 /// One character a pixel, '.' where it is black; rows end in a line end.
 inline std::string Map(Canvas const& canvas) {
     std::string map;
-    for (int y = 0; y < canvas.Height(); ++y) {
-        for (int x = 0; x < canvas.Width(); ++x) {
-            map += canvas.Read(x, y) == kBlack ? '.' : '#';
-        }
-        map += '\n';
-    }
+    ForPixels(canvas, [&](int x, int, Colour c) {
+        map += c == kBlack ? '.' : '#';
+        map += x + 1 == canvas.Width() ? "\n" : "";
+    });
     return map;
 }
 

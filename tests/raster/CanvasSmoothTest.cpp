@@ -17,9 +17,7 @@ constexpr double kPi = 3.14159265358979323846;
 /// How many pixels a white shape on black covers.
 double CoveredArea(Canvas const& canvas) {
     double sum = 0;
-    for (int i = 0; i < canvas.Width() * canvas.Height(); ++i) {
-        sum += canvas.Read(i % canvas.Width(), i / canvas.Width()).g;
-    }
+    ForPixels(canvas, [&](int, int, Colour c) { sum += c.g; });
     return sum / 255;
 }
 
@@ -49,6 +47,11 @@ TEST(CanvasSmooth, ShapesCoverTheirArea) {
     double const bow = 1.25;
     float const infinite = std::numeric_limits<float>::infinity();
     Shape const shapes[] = {
+        {"level line", 1, 40, Chain({{10, 10}, {50, 10}}, false)},
+        {"leaning line", 1, std::hypot(41, 32), Chain({{10.25F, 8.75F}, {51.25F, 40.75F}}, false)},
+        {"steep line", 2.5F, 2.5 * std::hypot(0.75, 55), Chain({{30.5F, 5}, {31.25F, 60}}, false)},
+        {"wide line", 7, 7 * std::hypot(32, 32), Chain({{12, 50}, {44, 18}}, false)},
+        {"short line", 0.5F, std::hypot(0.5, 0.25) / 2, Chain({{20, 20}, {20.5F, 20.25F}}, false)},
         {"one bend", 3, 3 * 62, Chain({{10.3F, 8}, {40.3F, 8}, {40.3F, 40}}, false)},
         {"both ways", 5, 5 * 66, Chain({{8, 8}, {30, 8}, {30, 30}, {52, 30}}, false)},
         {"closed",

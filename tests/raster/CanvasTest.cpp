@@ -105,11 +105,7 @@ TEST(Canvas, ThePictureIsTheSameForAnyNumberOfThreads) {
     for (unsigned seed = 0; seed < 30; ++seed) {
         Canvas const one = draw(1, seed);
         for (unsigned const threads : {2U, 5U}) {
-            Canvas const other = draw(threads, seed);
-            for (int y = 0; y < one.Height(); ++y) {
-                ASSERT_TRUE(std::equal(one.Row(y), one.Row(y) + one.Width(), other.Row(y)))
-                    << threads << " threads, seed " << seed << ", row " << y;
-            }
+            ExpectSame(one, draw(threads, seed), 0, "seed " + std::to_string(seed));
         }
     }
 }
@@ -256,11 +252,7 @@ TEST(Canvas, ClippingChangesNoPixelInside) {
             parts.SetView(view, part);
             DrawAnything(parts, seed);
         }
-        for (int y = 0; y < 64; ++y) {
-            for (int x = 0; x < 64; ++x) {
-                ASSERT_EQ(whole.Read(x, y), parts.Read(x, y)) << seed << ": " << x << ", " << y;
-            }
-        }
+        ExpectSame(whole, parts, 0, "seed " + std::to_string(seed));
     }
 }
 
@@ -282,12 +274,12 @@ TEST(Canvas, FarEndsLoseNothingThatIsVisible) {
             Canvas canvas = MakeCanvas();
             canvas.State().lineWidth = wide ? 3.0F : 1.0F;
             canvas.Polyline(Vertices(c.line), false);
-            for (int i = 0; i < 64 * 64; ++i) {
-                bool const lit = canvas.Read(i % 64, i / 64) == kWhite;
-                if (wide ? c.lit(i % 64, i / 64) : true) {
-                    ASSERT_EQ(lit, c.lit(i % 64, i / 64)) << c.line[0].x << ": " << i;
+            ForPixels(canvas, [&](int x, int y, Colour seen) {
+                bool const expected = c.lit(x, y);
+                if (expected || !wide) {
+                    ASSERT_EQ(seen == kWhite, expected) << c.line[0].x << ": " << x << ", " << y;
                 }
-            }
+            });
         }
     }
     Canvas canvas = MakeCanvas(32, 32);
@@ -361,35 +353,10 @@ TEST(Canvas, TranslucentPolylinesBlendNoPixelTwice) {
             Vertices(Points2{{10, 10}, {50, 12}, {50, 12}, {52, 50}, {30, 30}, {8, 48}}), true);
         canvas.State().lineWidth = 1;
         canvas.Ellipse(20, 14, 40, 24, 0, 7, false);
-        for (int i = 0; i < 64 * 64; ++i) {
-            ASSERT_LE(canvas.Read(i % 64, i / 64).r, 128)
-                << c.width << ": " << i % 64 << ", " << i / 64;
-        }
+        ForPixels(canvas, [&](int x, int y, Colour seen) {
+            ASSERT_LE(seen.r, 128) << c.width << ": " << x << ", " << y;
+        });
         EXPECT_EQ(canvas.Read(10, 10).r, 128) << "the closing vertex is drawn";
-    }
-}
-
-TEST(Canvas, SmoothLinesCoverTheirArea) {
-    struct Case {
-        double x0, y0, x1, y1;
-        float width;
-    };
-    for (Case const& c :
-         {Case{10, 10, 50, 10, 1},
-          Case{10.3, 8.7, 51.2, 40.9, 1},
-          Case{30.5, 5, 31.25, 60, 2.5F},
-          Case{12, 50, 44, 18, 7},
-          Case{20, 20, 20.5, 20.25, 0.5F}}) {
-        Canvas canvas = MakeCanvas();
-        canvas.State().lineSmooth = true;
-        canvas.State().lineWidth = c.width;
-        canvas.Line(c.x0, c.y0, c.x1, c.y1);
-        int sum = 0;
-        for (int i = 0; i < 64 * 64; ++i) {
-            sum += canvas.Read(i % 64, i / 64).g;
-        }
-        double const area = std::hypot(c.x1 - c.x0, c.y1 - c.y0) * double{c.width};
-        EXPECT_NEAR(sum / 255.0, area, 0.05 + area * 0.005) << c.x0 << ", width " << c.width;
     }
 }
 
@@ -409,12 +376,7 @@ TEST(Canvas, SmoothLinesAreTheSameInOnePieceAndInTwo) {
                                                  : math::Point2<float>{a.x, coordinate()};
         one.Line(a.x, a.y, b.x, b.y);
         two.Polyline(Vertices(Points2{a, (a + b) * 0.5F, b}), false);
-        for (int k = 0; k < 64 * 64; ++k) {
-            Colour const p = one.Read(k % 64, k / 64);
-            Colour const q = two.Read(k % 64, k / 64);
-            ASSERT_NEAR(p.r, q.r, 2) << i << ": " << k % 64 << ", " << k / 64;
-            ASSERT_NEAR(p.b, q.b, 2) << i << ": " << k % 64 << ", " << k / 64;
-        }
+        ExpectSame(one, two, 2, "line " + std::to_string(i));
     }
 }
 
@@ -448,15 +410,13 @@ TEST(Canvas, FilledEllipsesCoverTheCentresInside) {
     for (double const radius : {0.6, 3.0, 7.25, 30.0}) {
         Canvas canvas = MakeCanvas();
         canvas.Ellipse(32 - radius, 31 - radius / 2, 32 + radius, 31 + radius / 2, -9, 9, true);
-        for (int i = 0; i < 64 * 64; ++i) {
-            double const x = (i % 64 + 0.5 - 32) / radius;
-            int const row = i / 64;
-            double const y = (row + 0.5 - 31) / (radius / 2);
-            double const square = x * x + y * y;
+        ForPixels(canvas, [&](int x, int y, Colour seen) {
+            double const square =
+                (std::pow(x + 0.5 - 32, 2) + 4 * std::pow(y + 0.5 - 31, 2)) / (radius * radius);
             if (std::abs(square - 1) > 0.02 / radius) {
-                ASSERT_EQ(canvas.Read(i % 64, i / 64) == kWhite, square < 1) << radius << ": " << i;
+                ASSERT_EQ(seen == kWhite, square < 1) << radius << ": " << x << ", " << y;
             }
-        }
+        });
     }
 }
 
@@ -522,12 +482,10 @@ TEST(Canvas, MeshesCoverEachPixelOnceInWhateverDirectionTheirTrianglesTurn) {
         Canvas other = MakeCanvas();
         other.State() = canvas.State();
         other.Quads(Vertices(quads));
-        for (int i = 0; i < 64 * 64; ++i) {
-            ASSERT_EQ(canvas.Read(i % 64, i / 64).r, 100)
-                << seed << ": " << i % 64 << ", " << i / 64;
-            ASSERT_EQ(other.Read(i % 64, i / 64).r, 100)
-                << seed << ": " << i % 64 << ", " << i / 64;
-        }
+        ForPixels(canvas, [&](int x, int y, Colour seen) {
+            ASSERT_EQ(seen.r, 100) << seed << ": " << x << ", " << y;
+        });
+        ExpectSame(canvas, other, 0, "seed " + std::to_string(seed));
     }
 }
 
@@ -540,15 +498,11 @@ TEST(Canvas, ColoursRunLinearlyBetweenVertices) {
     };
     std::vector<ColourVertex> const quad = {at(0, 0), at(64, 0), at(64, 64), at(0, 64)};
     canvas.Quads(Vertices(quad));
-    for (int i = 0; i < 64 * 64; ++i) {
-        double const x = i % 64 + 0.5;
-        int const row = i / 64;
-        double const y = row + 0.5;
-        Colour const c = canvas.Read(i % 64, i / 64);
-        ASSERT_EQ(c.r, std::floor(x * 3 + 10 + 0.5));
-        ASSERT_EQ(c.g, std::floor(y * 2 + x + 0.5));
+    ForPixels(canvas, [&](int x, int y, Colour c) {
+        ASSERT_EQ(c.r, std::floor((x + 0.5) * 3 + 10 + 0.5));
+        ASSERT_EQ(c.g, std::floor((y + 0.5) * 2 + x + 0.5 + 0.5));
         ASSERT_EQ(c.b, 77);
-    }
+    });
     canvas.Clear(kBlack);
     canvas.Lines(
         Vertices(std::vector<ColourVertex>{{{0, 200, 0, 0}, 40, 3, 0}, {{80, 0, 5, 0}, 0, 3, 0}}));
@@ -613,12 +567,7 @@ TEST(Canvas, StretchedImagesAgreeWithTheSameImageDrawnAsTriangles) {
         rows.Quads(Vertices(quad));
         triangles.Triangles(Vertices(
             std::vector<TextureVertex>{quad[0], quad[1], quad[2], quad[0], quad[2], quad[3]}));
-        for (int i = 0; i < 64 * 64; ++i) {
-            Colour const a = rows.Read(i % 64, i / 64);
-            Colour const b = triangles.Read(i % 64, i / 64);
-            ASSERT_NEAR(a.r, b.r, 1) << i % 64 << ", " << i / 64;
-            ASSERT_NEAR(a.g, b.g, 1);
-        }
+        ExpectSame(rows, triangles, 1, bilinear ? "bilinear" : "nearest");
     }
 }
 

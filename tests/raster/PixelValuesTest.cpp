@@ -45,14 +45,11 @@ public:
     }
     /// Pixels in which what is shown differs from the picture itself.
     int Values() {
-        Canvas const& shown = ShownPicture();
         int count = 0;
-        for (int y = 0; y < shown.Height(); ++y) {
-            for (int x = 0; x < shown.Width(); ++x) {
-                EXPECT_EQ(Picture().Read(x, y).a, 255);
-                count += shown.Read(x, y) == Picture().Read(x, y) ? 0 : 1;
-            }
-        }
+        ForPixels(ShownPicture(), [&](int x, int y, Colour shown) {
+            EXPECT_EQ(Picture().Read(x, y).a, 255);
+            count += shown == Picture().Read(x, y) ? 0 : 1;
+        });
         return count;
     }
 };
@@ -88,11 +85,7 @@ TEST(PixelValues, AreWhatIsStoredWhereItIsShown) {
                 expected, {10 + (x + 0.5) * 48, 20 + (y + 0.5) * 40}, style, std::to_string(count));
         }
     }
-    for (int y = 0; y < 120; ++y) {
-        for (int x = 0; x < 200; ++x) {
-            ASSERT_EQ(core.ShownPicture().Read(x, y), expected.Read(x, y)) << x << ", " << y;
-        }
-    }
+    ExpectSame(core.ShownPicture(), expected, 0, "values");
 }
 
 TEST(PixelValues, ComeWithLargePixelsOnlyAndNeverIntoThePictureItself) {
