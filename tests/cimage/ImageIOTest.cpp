@@ -1,19 +1,19 @@
 #include "cimage/ImageIO.h"
 
 #include "NoiseImages.h"
+#include "support/FullDisk.h"
 #include "support/OutputFolder.h"
+#include "support/Thrown.h"
 
 #include <boost/property_tree/ptree.hpp>
 
 #include <gmock/gmock.h>
 #include <jpeglib.h>
 #include <png.h>
-#include <sys/resource.h>
 #include <tiffio.h>
 #include <unistd.h>
 #include <zlib.h>
 
-#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -61,12 +61,7 @@ protected:
     template <class Action>
     static std::string Failure(Action const& action) {
         testing::internal::CaptureStderr();
-        std::string reason = "no failure";
-        try {
-            action();
-        } catch (std::runtime_error const& failure) {
-            reason = failure.what();
-        }
+        std::string const reason = tests::Thrown(action);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         return reason;
     }
@@ -624,20 +619,14 @@ TEST_F(ImageIO, AWriteProtectedFileIsNotReplaced) {
 
 TEST_F(ImageIO, AFailedSaveLeavesTheOldFileAndNothingElse) {
     auto const image = MakeNoise<Rgb8>(200, 200);
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
     for (char const* name : {"a.ppm", "a.png", "a.jpg", "a.tif"}) {
         WriteFile(name, "old");
-        rlimit full = limit;
-        full.rlim_cur = 20000; // as a full disk
-        ::setrlimit(RLIMIT_FSIZE, &full);
-        std::string const reason = Failure([&] { Save(Path(name), *image, ptree()); });
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        EXPECT_THAT(reason, HasSubstr(Path(name)));
+        {
+            tests::FullDisk const full(20000);
+            EXPECT_THAT(Failure([&] { Save(Path(name), *image, ptree()); }), HasSubstr(Path(name)));
+        }
         EXPECT_EQ(ReadFile(Path(name)), "old") << name;
     }
-    std::signal(SIGXFSZ, handler);
     EXPECT_EQ(FilesInFolder(), 4);
 }
 

@@ -1,6 +1,7 @@
 #include "examples/annotation.h"
 #include "support/CapturedOutput.h"
 #include "support/OutputFolder.h"
+#include "support/Thrown.h"
 
 #include <gmock/gmock.h>
 
@@ -73,12 +74,7 @@ TEST_F(AnnotationRun, SaysWhichLineIsNoCorner) {
     for (char const* line : {"x 1 2", "1 1 2", "0 1", "0 1 2px"}) {
         std::string const path = output.Path("bad.txt");
         std::ofstream(path) << "# remark\n\n" << line << '\n';
-        try {
-            ReadCorners(path);
-            ADD_FAILURE() << line;
-        } catch (std::runtime_error const& error) {
-            EXPECT_EQ(error.what(), path + ":3: not a corner");
-        }
+        EXPECT_EQ(tests::Thrown([&] { ReadCorners(path); }), path + ":3: not a corner") << line;
     }
     EXPECT_THROW(ReadCorners(output.Path("nowhere.txt")), std::runtime_error);
 }

@@ -4,6 +4,7 @@
 #include "drivers/TestWindow.h"
 #include "drivers/TestedDrivers.h"
 #include "support/CapturedOutput.h"
+#include "support/FullDisk.h"
 #include "support/IniGuard.h"
 #include "support/OutputFolder.h"
 #include "ui/win/CWindow.h"
@@ -14,11 +15,9 @@
 #include <boost/thread/thread.hpp>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
@@ -504,21 +503,14 @@ TEST_P(DrawingDriver, WritesDumpsWholeOrNotAtAllOnItsOwnThread) {
 
     std::filesystem::resize_file(folder.Path("a.ppm"), 3);
     output.Take();
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
     for (std::string const name : {"a.ppm", "missing/b.png", "b.bmp", "b"}) {
-        rlimit full = limit;
-        full.rlim_cur = name == "a.ppm" ? 1000 : limit.rlim_cur; // as a full disk
-        ::setrlimit(RLIMIT_FSIZE, &full);
+        FullDisk const full(name == "a.ppm" ? 1000 : 100000);
         window.Dump(name);
         OnBackend(window, [](CWindowCoreManager&) {});
-        ::setrlimit(RLIMIT_FSIZE, &limit);
         std::string const path = folder.path.string() + "/" + name;
         EXPECT_THAT(
             output.Take(), testing::ContainsRegex("\n\\[EE\\] [^\n]*'" + path + "': [^\n]+\n"));
     }
-    std::signal(SIGXFSZ, handler);
     EXPECT_EQ(std::filesystem::file_size(folder.Path("a.ppm")), 3U) << "what was there is kept";
     window.Dump("a.ppm");
     OnBackend(window, [](CWindowCoreManager&) {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/TestParams.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/CWindowCommands.h"
 
@@ -12,17 +13,6 @@ namespace tests {
 
 using Colour = cimage::TRGBA<unsigned char>;
 using RGB = cimage::TRGB<unsigned char>;
-
-inline ui::win::CreationParams MakeParams(
-    std::string const& driver, unsigned width = 64, unsigned height = 48, unsigned flags = 0) {
-    ui::win::CreationParams params;
-    params.driver = driver;
-    params.title = "Test";
-    params.width = width;
-    params.height = height;
-    params.flags = flags;
-    return params;
-}
 
 /// Runs a function on the backend's thread and waits for it.
 inline void OnBackend(

@@ -1,16 +1,15 @@
 #include "kiv/ini/INIFile.h"
 
+#include "support/FullDisk.h"
 #include "support/OutputFolder.h"
+#include "support/Thrown.h"
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <random>
 #include <sstream>
@@ -250,25 +249,16 @@ TEST_F(INIFileTest, LoadingAgainKeepsSectionsValid) {
     EXPECT_EQ(Read(), "[B]\nx=1\n\n[A]\nk = 2\n");
 }
 
-std::string MessageOf(std::function<void()> const& action) {
-    try {
-        action();
-    } catch (std::runtime_error const& error) {
-        return error.what();
-    }
-    return "nothing thrown";
-}
-
 TEST_F(INIFileTest, FailuresNameTheFileAndTheReasonAndLoseNothing) {
     INIFile ini(Write("k=1\n"));
     std::string const missing = Path("no/such.ini");
     EXPECT_EQ(
-        MessageOf([&] { INIFile{missing}; }),
+        tests::Thrown([&] { INIFile{missing}; }),
         "Cannot read `" + missing + "': No such file or directory");
-    EXPECT_THAT(MessageOf([&] { ini.Load(Path("")); }), HasSubstr("Is a directory"));
-    EXPECT_THAT(MessageOf([&] { ini.SaveAs(missing); }), HasSubstr("No such file"));
-    EXPECT_THAT(MessageOf([&] { ini.SaveAs("/dev/null"); }), HasSubstr("/dev/null"));
-    EXPECT_THAT(MessageOf([] { INIFile().Save(); }), HasSubstr("Cannot write `'"));
+    EXPECT_THAT(tests::Thrown([&] { ini.Load(Path("")); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(tests::Thrown([&] { ini.SaveAs(missing); }), HasSubstr("No such file"));
+    EXPECT_THAT(tests::Thrown([&] { ini.SaveAs("/dev/null"); }), HasSubstr("/dev/null"));
+    EXPECT_THAT(tests::Thrown([] { INIFile().Save(); }), HasSubstr("Cannot write `'"));
     EXPECT_EQ(ini.FileName(), Path());
     EXPECT_EQ(ini.Get("k", 0), 1);
 }
@@ -289,21 +279,18 @@ TEST_F(INIFileTest, SaveKeepsLinksAndPermissionsAndLeavesNoOtherFile) {
     ini.Save();
     EXPECT_EQ(Read(), "k=3\n") << "made where the links end";
     fs::create_symlink("circle.ini", Path("circle.ini"));
-    EXPECT_THAT(MessageOf([&] { ini.SaveAs(Path("circle.ini")); }), HasSubstr("symbolic links"));
+    EXPECT_THAT(
+        tests::Thrown([&] { ini.SaveAs(Path("circle.ini")); }), HasSubstr("symbolic links"));
 }
 
 TEST_F(INIFileTest, ASaveThatFailsHalfWayLeavesTheOldFileAlone) {
     INIFile ini(Write("k=1\n"));
     ini.Set("k", std::string(100000, 'x'));
-    struct rlimit old = {};
-    getrlimit(RLIMIT_FSIZE, &old);
-    struct rlimit const small = {50000, old.rlim_max};
-    auto const handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    std::string const message = MessageOf([&] { ini.Save(); });
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(message, "Cannot write `" + Path() + "': File too large");
+    {
+        tests::FullDisk const full(50000);
+        EXPECT_EQ(
+            tests::Thrown([&] { ini.Save(); }), "Cannot write `" + Path() + "': File too large");
+    }
     EXPECT_EQ(Read(), "k=1\n");
     EXPECT_THAT(m_folder.Files(), ElementsAre("test.ini"));
     EXPECT_TRUE(ini.Modified());

@@ -1,3 +1,4 @@
+#include "support/Thrown.h"
 #include "tests/panel/RecordingListener.h"
 #include "ui/panel/PanelManager.h"
 #include "ui/panel/Vars.h"
@@ -144,12 +145,7 @@ TEST(Base, HandlesShareOneVariable) {
         EXPECT_EQ(Count(watch), 6U);
     }
     EXPECT_EQ(Count(watch), 2U);
-    try {
-        a.GetValue<std::string>();
-        ADD_FAILURE() << "a value out of nothing";
-    } catch (std::runtime_error const& error) {
-        EXPECT_STREQ(error.what(), "Invalid widget value");
-    }
+    EXPECT_EQ(tests::Thrown([&] { a.GetValue<std::string>(); }), "Invalid widget value");
     EXPECT_TRUE(a.GetValue<boost::any>().empty());
     EXPECT_FALSE(a.Update());
 }

@@ -1,6 +1,7 @@
 #include "ui/panel/PanelManager.h"
 
 #include "support/OutputFolder.h"
+#include "support/Thrown.h"
 #include "tests/panel/RecordingListener.h"
 #include "ui/panel/Value.h"
 
@@ -28,15 +29,6 @@ using ui::null_guid;
 using ui::widget_guid_t;
 using ui::detail::PanelManager;
 using ui::var::TypedValue;
-
-std::string ErrorOf(std::function<void()> const& action) {
-    try {
-        action();
-    } catch (std::runtime_error const& error) {
-        return error.what();
-    }
-    return "nothing thrown";
-}
 
 std::string OutputOf(std::function<void()> const& action) {
     testing::internal::CaptureStdout();
@@ -120,7 +112,7 @@ TEST_F(PanelManagerTest, UnknownGuidsAreRefusedWithTheirTexts) {
         {[&] { manager.Widget(null_guid); }, "The null GUID cannot have a widget"},
     };
     for (auto const& failure : failures) {
-        EXPECT_EQ(ErrorOf(failure.action), failure.error);
+        EXPECT_EQ(tests::Thrown(failure.action), failure.error);
     }
     for (bool const answer :
          {manager.Release(9),
@@ -173,8 +165,8 @@ TEST_F(PanelManagerTest, AttachMovesAWidgetAndRefusesCircles) {
     manager.Attach(second, child);
     EXPECT_THAT(manager.Find(first).children, ElementsAre());
     EXPECT_EQ(Count(child), 2U);
-    EXPECT_NE(ErrorOf([&] { manager.Attach(child, second); }), "nothing thrown");
-    EXPECT_NE(ErrorOf([&] { manager.Attach(child, child); }), "nothing thrown");
+    EXPECT_NE(tests::Thrown([&] { manager.Attach(child, second); }), "nothing thrown");
+    EXPECT_NE(tests::Thrown([&] { manager.Attach(child, child); }), "nothing thrown");
     manager.Release(second);
     EXPECT_EQ(manager.Parent(child), null_guid) << "outlives its parent";
     EXPECT_EQ(Count(child), 1U);
@@ -243,8 +235,8 @@ TEST_F(PanelManagerTest, ListenersTakeTheFirstFreeSlotOfThirtyTwo) {
     for (int i = 0; i < 32; ++i) {
         EXPECT_EQ(manager.Register(&listeners[static_cast<std::size_t>(i)]), i);
     }
-    EXPECT_EQ(ErrorOf([&] { manager.Register(&listeners[32]); }), "too much listener");
-    EXPECT_NE(ErrorOf([&] { manager.Register(nullptr); }), "nothing thrown");
+    EXPECT_EQ(tests::Thrown([&] { manager.Register(&listeners[32]); }), "too much listener");
+    EXPECT_NE(tests::Thrown([&] { manager.Register(nullptr); }), "nothing thrown");
     widget_guid_t const guid = Make();
     manager.Register(guid, 5);
     manager.Register(guid, 31);
@@ -352,7 +344,7 @@ TEST_F(PanelManagerTest, BindWithoutDefaultWantsTheKey) {
         {"BAD", &ini, "`abc' is not a value of its type"},
         {"K", &ini, missing}};
     for (auto const& f : failures) {
-        EXPECT_EQ(ErrorOf([&] { manager.Bind(guid, f.key, f.file); }), f.error);
+        EXPECT_EQ(tests::Thrown([&] { manager.Bind(guid, f.key, f.file); }), f.error);
     }
     EXPECT_EQ(Text(guid), "1");
     manager.Save(&ini, false);
@@ -360,7 +352,7 @@ TEST_F(PanelManagerTest, BindWithoutDefaultWantsTheKey) {
     EXPECT_EQ(ini.Get("BAD", "") + ini.Get("K", ""), "abc1");
     EXPECT_TRUE(manager.Bind(guid, "K", ini.Node("S")));
     ini.Node("S")->Erase("K");
-    EXPECT_EQ(ErrorOf([&] { manager.Reload(&ini); }), missing);
+    EXPECT_EQ(tests::Thrown([&] { manager.Reload(&ini); }), missing);
     EXPECT_EQ(Text(guid), "2");
 }
 
@@ -374,16 +366,17 @@ TEST_F(PanelManagerTest, OneValueThatCannotBeUsedKeepsNoOtherFromTheFile) {
     ini.Set("K1", "abc");
     ini.Erase("K2");
     ini.Set("K3", "6");
-    EXPECT_EQ(ErrorOf([&] { manager.Reload(&ini); }), "`abc' is not a value of its type");
+    EXPECT_EQ(tests::Thrown([&] { manager.Reload(&ini); }), "`abc' is not a value of its type");
     EXPECT_EQ(Text(0) + Text(1) + Text(2) + Text(3), "5126");
 
     manager.Bind(0, nullptr);
     manager.Bind(1, new TypedValue<Mode>(Mode::Nameless));
     manager.Set(3, std::string("7"));
-    EXPECT_EQ(ErrorOf([&] { manager.Save(&ini, false); }), "Save failed: no serializer");
+    EXPECT_EQ(tests::Thrown([&] { manager.Save(&ini, false); }), "Save failed: no serializer");
     manager.Detach(0);
     EXPECT_EQ(
-        ErrorOf([&] { manager.Save(&ini, false); }), "Save failed: the value of `K1' has no text");
+        tests::Thrown([&] { manager.Save(&ini, false); }),
+        "Save failed: the value of `K1' has no text");
     EXPECT_EQ(ini.Get("K1", "") + ini.Get("K2", "") + ini.Get("K3", ""), "abc27");
 }
 
@@ -424,7 +417,7 @@ TEST_F(PanelManagerTest, BindFallsBackToItsDefaultAndWritesIt) {
         widget_guid_t const guid = c.value == without ? Make() : MakeValue(1);
         std::string value;
         auto const bind = [&] {
-            value = ErrorOf([&] {
+            value = tests::Thrown([&] {
                 EXPECT_TRUE(
                     c.text ? manager.Bind(guid, "K", &ini, std::string(c.text))
                            : manager.Bind(guid, "K", &ini, c.any));

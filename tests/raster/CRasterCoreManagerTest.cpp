@@ -2,6 +2,7 @@
 
 #include "drivers/support/RenderThread.h"
 #include "raster/CanvasHelpers.h"
+#include "support/TestParams.h"
 #include "ui/win/CWidget.h"
 #include "ui/win/Event.h"
 #include "ui/win/camera/CWindowCamera2D.h"
@@ -29,10 +30,7 @@ constexpr Colour kRed(255, 0, 0, 255);
 constexpr Colour kGreen(0, 255, 0, 255);
 
 CreationParams Params(boost::shared_ptr<CCamera> const& camera) {
-    CreationParams params;
-    params.title = "Test";
-    params.width = 64;
-    params.height = 48;
+    CreationParams params = MakeParams("");
     params.camera = camera;
     return params;
 }

@@ -1,6 +1,7 @@
 #include "drivers/raster/CRasterCoreManager.h"
 #include "drivers/support/RenderThread.h"
 #include "raster/CanvasHelpers.h"
+#include "support/TestParams.h"
 
 #include <boost/make_shared.hpp>
 
@@ -18,18 +19,12 @@ using drivers::raster::TextStyle;
 using P2 = math::Point2<float>;
 using RGB = cimage::TRGB<unsigned char>;
 
-CreationParams Params() {
-    CreationParams params;
-    params.title = "Test";
-    params.width = 200;
-    params.height = 120;
-    return params;
-}
-
 /// A core whose pictures are looked at, drawn into on the test's own thread, in pixels.
 class Core : public drivers::raster::CRasterCoreManager {
 public:
-    Core() : CRasterCoreManager(Params(), boost::make_shared<drivers::support::RenderThread>()) {
+    Core()
+        : CRasterCoreManager(
+              MakeParams("", 200, 120), boost::make_shared<drivers::support::RenderThread>()) {
         CollectPixelValues();
     }
     ~Core() override { Shutdown(); }

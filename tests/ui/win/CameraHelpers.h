@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/TestParams.h"
 #include "ui/win/CWindowNullCore.h"
 
 namespace tests {
@@ -7,7 +8,8 @@ namespace tests {
 /// Counts refreshes; its window size and flags can differ from what it was made with.
 class CountingManager : public ui::win::CWindowNullCore {
 public:
-    CountingManager(unsigned width, unsigned height) : CWindowNullCore(OfSize(width, height)) {}
+    CountingManager(unsigned width, unsigned height)
+        : CWindowNullCore(MakeParams("None", width, height)) {}
 
     bool Refresh(bool wait) override {
         ++(wait ? waited : queued);
@@ -21,14 +23,6 @@ public:
 
     int waited = 0;
     int queued = 0;
-
-private:
-    static ui::win::CreationParams OfSize(unsigned width, unsigned height) {
-        ui::win::CreationParams params;
-        params.width = width;
-        params.height = height;
-        return params;
-    }
 };
 
 /// An event at a device position.

@@ -1,6 +1,7 @@
 #include "support/CapturedOutput.h"
 #include "support/IniGuard.h"
 #include "support/OutputFolder.h"
+#include "support/TestParams.h"
 #include "ui/win/CWindowCoreManager.h"
 #include "ui/win/CWindowNullCore.h"
 #include "ui/win/camera/CWindowCamera2D.h"
@@ -19,13 +20,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 CreationParams Params(std::string const& title = "Camera 2 (left)", unsigned flags = 0) {
-    CreationParams params;
+    CreationParams params = tests::MakeParams("None", 64, 48, flags);
     params.title = title;
     params.x = 100;
     params.y = 50;
-    params.width = 64;
-    params.height = 48;
-    params.flags = flags;
     return params;
 }
 

@@ -1,4 +1,5 @@
 #include "support/RecordingCore.h"
+#include "support/TestParams.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/camera/CWindowCamera2D.h"
 #include "ui/win/drawables/CWidgets.h"
@@ -21,14 +22,6 @@ using tests::RecordingCore;
 using Point2f = math::Point2<float>;
 using Point3f = math::Point3<float>;
 using Grey = cimage::TImage<unsigned char>;
-
-CreationParams Params() {
-    CreationParams params;
-    params.driver = "None";
-    params.width = 64;
-    params.height = 48;
-    return params;
-}
 
 std::vector<C4UB_V3F_t> Coloured(unsigned count) {
     return std::vector<C4UB_V3F_t>(count, C4UB_V3F_t{1, 2, 3, 4, 5, 6, 7});
@@ -131,7 +124,7 @@ Call const calls[] = {
 };
 
 TEST(Drawables, EveryCallPushesOneObjectThatReplaysIt) {
-    CWindow window(Params());
+    CWindow window(tests::MakeParams("None"));
     for (Call const& call : calls) {
         window.Clear();
         EXPECT_TRUE(call.make(window));
@@ -162,7 +155,7 @@ TEST(Drawables, AlignmentAndThemeReachTheCoreWithoutAVirtualCall) {
 template <class V>
 void ExpectTaken(
     bool (CWindow::*call)(std::vector<V>&), std::vector<V> vertices, std::string const& drawn) {
-    CWindow window(Params());
+    CWindow window(tests::MakeParams("None"));
     V const* const storage = vertices.data();
     EXPECT_TRUE((window.*call)(vertices));
     EXPECT_TRUE(vertices.empty());
@@ -188,7 +181,7 @@ TEST(Drawables, VertexArraysTakeTheStorageAndLeaveOutWhatIsNotWhole) {
     ExpectTaken(&CWindow::_DrawQuads<Point3f>, {{1, 2, 3}}, "DrawQuads ()");
 
     std::vector<Point3f> polygon = {{1, 2, 3}};
-    CWindow window(Params());
+    CWindow window(tests::MakeParams("None"));
     window._DrawPolygon(polygon, true);
     EXPECT_TRUE(polygon.empty());
 }
@@ -212,7 +205,7 @@ TEST(Drawables, ShadowTextRestoresTheColour) {
 }
 
 TEST(Drawables, TextsThatCannotBeMadeAreNotDrawn) {
-    CWindow window(Params());
+    CWindow window(tests::MakeParams("None"));
     EXPECT_FALSE(window.DrawTextf(0, 0, "%ls", L"\x20AC")) << "the C locale has no bytes for it";
     EXPECT_THROW(window.SetFontName(nullptr), std::logic_error);
     EXPECT_EQ(window.Layer(0).Size(), 0U);

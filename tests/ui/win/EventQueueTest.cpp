@@ -1,4 +1,5 @@
 #include "support/CapturedOutput.h"
+#include "support/TestParams.h"
 #include "ui/win/CWindowNullCore.h"
 
 #include <boost/make_shared.hpp>
@@ -13,14 +14,6 @@ namespace {
 
 using namespace ui::win;
 using testing::ElementsAre;
-
-CreationParams Params() {
-    CreationParams params;
-    params.title = "events";
-    params.width = 100;
-    params.height = 100;
-    return params;
-}
 
 Event Make(std::uint32_t type, std::uint32_t key = 0) {
     Event event;
@@ -55,7 +48,7 @@ struct EventQueue : testing::Test {
 
     tests::CapturedOutput output;
     std::vector<std::string> log;
-    CWindowNullCore manager{Params()};
+    CWindowNullCore manager{tests::MakeParams("None", 100, 100)};
 };
 
 TEST_F(EventQueue, PluginsAreToldThePositionInTheirOwnFrame) {

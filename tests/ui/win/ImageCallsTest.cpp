@@ -1,6 +1,7 @@
 #include "cimage/ImageIO.h"
 #include "support/OutputFolder.h"
 #include "support/RecordingCore.h"
+#include "support/TestParams.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/drawables/CWidgets.h"
 
@@ -28,14 +29,6 @@ using Corner = math::Point3<T>;
 
 class ImageCalls : public testing::Test {
 protected:
-    static CreationParams Params() {
-        CreationParams params;
-        params.driver = "None";
-        params.width = 64;
-        params.height = 48;
-        return params;
-    }
-
     /// Draws what the last call pushed and removes it. @return the drawing call
     std::string Drawn() {
         if (window.Layer(0).Size() != 1) {
@@ -51,7 +44,7 @@ protected:
         return core.lastImage->Row<P>(y)[x];
     }
 
-    CWindow window{Params()};
+    CWindow window{tests::MakeParams("None")};
     tests::RecordingCore core;
 };
 

@@ -1,3 +1,4 @@
+#include "support/Thrown.h"
 #include "ui/win/image/CImageDrawConvert.h"
 #include "ui/win/image/CWindowImageConverter.h"
 
@@ -133,24 +134,16 @@ TEST(ImageConversion, CheapestWinsAndTiesGoToTheFirst) {
     EXPECT_EQ(entry.cost, 255);
 }
 
-std::string FailureOf(std::function<void()> const& action) {
-    try {
-        action();
-    } catch (std::runtime_error const& error) {
-        return error.what();
-    }
-    return {};
-}
-
 TEST(ImageConversion, SaysWhenThereIsNoWay) {
     SPImage const mosaic = boost::make_shared<DeepRGGB>(2, 2);
     unsigned const accepted[] = {Type<RGB>};
     EXPECT_EQ(
-        FailureOf([&] { CImageConvertPool::Instance()->Convert(mosaic, accepted, 1); }),
+        tests::Thrown([&] { CImageConvertPool::Instance()->Convert(mosaic, accepted, 1); }),
         "Cannot find a valid converter between CImage and Display");
     BindImageFunctions bind;
     bind.Add(Type<RGB>, [](CWindowCore*, SPImage const&) { FAIL(); });
-    EXPECT_EQ(FailureOf([&] { bind(nullptr, mosaic); }), "A CImage cannot be rendered on this GC");
+    EXPECT_EQ(
+        tests::Thrown([&] { bind(nullptr, mosaic); }), "A CImage cannot be rendered on this GC");
 }
 
 TEST(ImageConversion, FirstEntryOfAPairStays) {

@@ -1,5 +1,6 @@
 #include "support/CapturedOutput.h"
 #include "support/IniGuard.h"
+#include "support/TestParams.h"
 #include "ui/win/CWidget_Registration.h"
 #include "ui/win/CWindowNullCore.h"
 
@@ -30,22 +31,16 @@ public:
 // Registered for the whole test program, as a gadget library does while it is being loaded.
 CWidget_Registration<Gadget> const registrar("TestGadget");
 
-CreationParams Params() {
-    CreationParams params;
-    params.width = params.height = 10;
-    return params;
-}
-
 bool EnabledAfterConstruction(tests::IniGuard& config) {
     (void)config;
-    CWindowNullCore manager(Params());
+    CWindowNullCore manager(tests::MakeParams("None", 10, 10));
     return manager.FindPlugin("TestGadget")->enabled;
 }
 
 TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
     tests::CapturedOutput output;
     {
-        CWindowNullCore unconfigured(Params());
+        CWindowNullCore unconfigured(tests::MakeParams("None", 10, 10));
         EXPECT_TRUE(unconfigured.Plugins().empty());
         EXPECT_FALSE(unconfigured.PopulatePlugin());
         EXPECT_EQ(unconfigured.InsertPlugin("TestGadget"), nullptr);
@@ -62,7 +57,7 @@ TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
             EndsWith("[II] CWindowCoreManager: Plugin `StatusBar' inserted\n"
                      "[II] CWindowCoreManager: Plugin `TestGadget' inserted\n")));
     {
-        CWindowNullCore manager(Params());
+        CWindowNullCore manager(tests::MakeParams("None", 10, 10));
         EXPECT_TRUE(manager.FindPlugin("StatusBar")->enabled) << "whatever its section says";
         EXPECT_FALSE(manager.FindPlugin("LOGO")->enabled);
         EXPECT_EQ(manager.FindPlugin("HELP"), nullptr);
@@ -79,7 +74,7 @@ TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
 TEST(Plugins, InsertByNameOnceAndReportFailures) {
     tests::CapturedOutput output;
     tests::IniGuard config;
-    CWindowNullCore manager(Params());
+    CWindowNullCore manager(tests::MakeParams("None", 10, 10));
     manager.ReleasePlugins();
     output.Take();
     CWindowCoreManager::Plugin* const plugin = manager.InsertPlugin("TestGadget");
@@ -107,7 +102,7 @@ TEST(Plugins, InsertByNameOnceAndReportFailures) {
 
 TEST(Plugins, SwitchOneOrAll) {
     tests::CapturedOutput output;
-    CWindowNullCore manager(Params());
+    CWindowNullCore manager(tests::MakeParams("None", 10, 10));
     EXPECT_FALSE(manager.EnablePlugin("StatusBar", true)) << "not there, and nothing said";
     EXPECT_EQ(output.Text(), "");
     kiv::ini::INIFile ini;

@@ -1,5 +1,7 @@
 #include "support/CapturedOutput.h"
 #include "support/IniGuard.h"
+#include "support/TestParams.h"
+#include "support/Thrown.h"
 #include "ui/win/CWindow.h"
 #include "ui/win/CWindowCommands.h"
 #include "ui/win/CWindowNullCore.h"
@@ -45,26 +47,17 @@ int RefusingCore::pushed = 0;
 
 Core_Registration<RefusingCore> const registrar("TestRefusing");
 
-CreationParams Params(std::string const& drivers) {
-    CreationParams params;
-    params.driver = drivers;
-    params.title = "window";
-    params.width = 64;
-    params.height = 48;
-    return params;
-}
-
 TEST(DriverRegistry, FirstRegistrationOfANameWins) {
     DriverFactory& factory = *kiv::Singleton<DriverFactory>::Instance();
     EXPECT_THAT(factory.Names(), ElementsAre("None", "TestRefusing"));
     Core_Registration<RefusingCore> const late("None");
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     EXPECT_EQ(window.GetConnectionString(0), "");
     EXPECT_ANY_THROW(Core_Registration<RefusingCore>(static_cast<char const*>(nullptr)));
 }
 
 TEST(Window, TakesOneBackendForEachNameOfTheList) {
-    CWindow window(Params("None,TestRefusing,None"));
+    CWindow window(tests::MakeParams("None,TestRefusing,None"));
     EXPECT_EQ(window.BackendCount(), 3U);
     EXPECT_EQ(window.GetCoreID("None"), 0);
     EXPECT_EQ(window.GetCoreID("TestRefusing"), 1);
@@ -77,16 +70,12 @@ TEST(Window, TakesOneBackendForEachNameOfTheList) {
 
 TEST(Window, SaysWhichDriverIsUnknownAndKeepsThoseBefore) {
     tests::CapturedOutput output;
-    CWindow window(Params("TestRefusing"));
+    CWindow window(tests::MakeParams("TestRefusing"));
     for (std::string const name : {" None", "", "../None", "none/x"}) {
         output.Take();
-        try {
-            window.ResetWindow(Params("None," + name));
-            ADD_FAILURE() << name;
-        } catch (std::runtime_error const& error) {
-            EXPECT_STREQ(
-                error.what(), "CWindow driver unknown. See list of available driver above");
-        }
+        EXPECT_EQ(
+            tests::Thrown([&] { window.ResetWindow(tests::MakeParams("None," + name)); }),
+            "CWindow driver unknown. See list of available driver above");
         EXPECT_EQ(
             output.Text(),
             "[EE] CWindow: CWindow driver '" + name +
@@ -97,15 +86,11 @@ TEST(Window, SaysWhichDriverIsUnknownAndKeepsThoseBefore) {
 }
 
 TEST(Window, RefusesAnEmptySizeBeforeAnythingChanges) {
-    CWindow window(Params("None"));
-    CreationParams params = Params("None");
+    CWindow window(tests::MakeParams("None"));
+    CreationParams params = tests::MakeParams("None");
     params.height = 0;
-    try {
-        window.ResetWindow(params);
-        ADD_FAILURE();
-    } catch (std::runtime_error const& error) {
-        EXPECT_STREQ(error.what(), "Trying to create 0x0 windows: window");
-    }
+    EXPECT_EQ(
+        tests::Thrown([&] { window.ResetWindow(params); }), "Trying to create 0x0 windows: Test");
     EXPECT_EQ(window.BackendCount(), 1U);
     EXPECT_THROW(CWindow("t", 0, 10, 0), std::runtime_error);
 }
@@ -127,7 +112,7 @@ TEST(Window, SettingsChooseTheDriver) {
 }
 
 TEST(Window, QueriesAnswerFromBackendZero) {
-    CWindow window(Params("None,TestRefusing"));
+    CWindow window(tests::MakeParams("None,TestRefusing"));
     window.SetTitle("new");
     window.SetPosition(-5, 7);
     window.SetSize(320, 240);
@@ -160,7 +145,7 @@ TEST(Window, QueriesAnswerFromBackendZero) {
 
 TEST(Window, ReportsARefusedQueryAndTriesEveryBackend) {
     tests::CapturedOutput output;
-    CWindow window(Params("TestRefusing,TestRefusing"));
+    CWindow window(tests::MakeParams("TestRefusing,TestRefusing"));
     RefusingCore::accepts = false;
     RefusingCore::pushed = 0;
     std::string title = "kept";
@@ -169,12 +154,8 @@ TEST(Window, ReportsARefusedQueryAndTriesEveryBackend) {
     EXPECT_EQ(output.Take(), "[EE] CWindow: failed\n");
     EXPECT_FALSE(window.IsVisible(true));
     EXPECT_EQ(output.Take(), "[EE] CWindow: failed\n");
-    try {
-        window.GrabImage(0);
-        ADD_FAILURE();
-    } catch (std::runtime_error const& error) {
-        EXPECT_STREQ(error.what(), "SendCommand CWndCommand_GrabImage failed");
-    }
+    EXPECT_EQ(
+        tests::Thrown([&] { window.GrabImage(0); }), "SendCommand CWndCommand_GrabImage failed");
     RefusingCore::pushed = 0;
     EXPECT_FALSE(window.Refresh(true));
     EXPECT_EQ(RefusingCore::pushed, 2);
@@ -184,7 +165,7 @@ TEST(Window, ReportsARefusedQueryAndTriesEveryBackend) {
 
 TEST(Window, EventsMoveToItsOwnQueue) {
     tests::CapturedOutput output;
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     window.SetEventMask(EventKey);
     Event event;
     EXPECT_FALSE(window.GetNextEvent(event));
@@ -196,7 +177,7 @@ TEST(Window, EventsMoveToItsOwnQueue) {
         window.InjectEvent(event);
     }
     EXPECT_TRUE(window.WaitForEvent(0));
-    window.ResetWindow(Params("None"));
+    window.ResetWindow(tests::MakeParams("None"));
     std::string keys;
     while (window.GetNextEvent(event)) {
         keys += static_cast<char>(event.key);
@@ -207,7 +188,7 @@ TEST(Window, EventsMoveToItsOwnQueue) {
 
 TEST(Window, RegionActionIsAnnouncedOnly) {
     tests::CapturedOutput output;
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     EXPECT_FALSE(window.SetRegionAction(0, 0, 1, 1, EventPress, 0));
     EXPECT_EQ(output.Text(), "Non e' implementata... ci metto 1 minuto.. se serve ditemelo!\n");
 }
@@ -216,7 +197,7 @@ class Dot : public CWidget {};
 
 TEST(WindowLayers, LocksAndClears) {
     tests::CapturedOutput output;
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     EXPECT_EQ(window.SetLayer(5), 0);
     EXPECT_EQ(window.Layers().count(5), 0U) << "not made yet";
     window.push(new Dot);
@@ -240,7 +221,7 @@ TEST(WindowLayers, LocksAndClears) {
 }
 
 TEST(WindowLayers, RefreshHandsOverCopiesThatShareDrawables) {
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     CWindowCoreManager* backend = nullptr;
     window.SendCommand(
         new CWndCommand_Call([&](CWindowCoreManager* manager) { backend = manager; }), 0);
@@ -275,7 +256,7 @@ TEST(WindowLayers, MayBeReplacedWhileTheyAreAsked) {
         CWindow& window;
     };
     tests::CapturedOutput output;
-    CWindow window(Params("None"));
+    CWindow window(tests::MakeParams("None"));
     window.push(new Clearing(window));
     window.push(new Dot);
     window.Refresh(true);
