@@ -211,23 +211,11 @@ TYPED_TEST(Mosaic, OfOneColourGivesThatColourEverywhere) {
 }
 
 TEST(Demosaicing, TakesTheMeanOfTheNearestCountsMirroredAtTheBorders) {
-    uchar const counts[] = {
-        10,
-        20,
-        30,
-        41, //  R G R G
-        50,
-        60,
-        70,
-        80, //  G B G B
-        90,
-        11,
-        21,
-        31, //  R G R G
-    };
+    // Rows of R G R G and of G B G B.
+    uchar const counts[3][4] = {{10, 20, 30, 41}, {50, 60, 70, 80}, {90, 11, 21, 31}};
     TImage<Bayer<TRGGB<uchar>>> mosaic(4, 3);
     for (unsigned y = 0; y < 3; ++y) {
-        std::copy_n(counts + std::size_t{4} * y, 4, mosaic.Row<uchar>(y));
+        std::copy_n(counts[y], 4, mosaic.Row<uchar>(y));
     }
     TImage<Rgb8> rgb;
     mosaic >> rgb;

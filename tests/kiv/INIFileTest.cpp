@@ -38,12 +38,7 @@ protected:
         return content.str();
     }
     static bool IsKey(std::string const& text) {
-        try {
-            INIFile().Set(text, "");
-            return true;
-        } catch (std::runtime_error const&) {
-            return false;
-        }
+        return tests::Thrown([&] { INIFile().Set(text, ""); }) == "nothing thrown";
     }
     // What the file holds after a change to a document that was loaded from `content`.
     template <class Change>

@@ -74,25 +74,23 @@ TEST(RasterCoreManager, CountsPrimitivesNotVertices) {
         std::function<bool(Core&)> draw;
     };
     for (Case const& c : std::initializer_list<Case>{
-             {"pixels", 3, [&](Core& core) { return core.DrawPixels(plane, 3); }},
-             {"pixels in space", 3, [&](Core& core) { return core.DrawPixels(space, 3); }},
-             {"coloured pixels", 3, [&](Core& core) { return core.DrawPixels(coloured, 3); }},
-             {"lines", 18, [&](Core& core) { return core.DrawLineStream(plane, 2); }},
-             {"lines in space", 18, [&](Core& core) { return core.DrawLineStream(space, 2); }},
-             {"coloured lines", 18, [&](Core& core) { return core.DrawLineStream(coloured, 2); }},
-             {"polyline", 32, [&](Core& core) { return core.DrawPolyLine(plane, 4, true); }},
-             {"polyline in space",
-              25,
-              [&](Core& core) { return core.DrawPolyLine(space, 4, false); }},
-             {"quads", 128, [&](Core& core) { return core.DrawQuads(plane, 2); }},
-             {"quads in space", 128, [&](Core& core) { return core.DrawQuads(space, 2); }},
-             {"coloured quads", 128, [&](Core& core) { return core.DrawQuads(coloured, 2); }},
-             {"triangle", 36, [&](Core& core) { return core.DrawTriangles(plane, 1); }},
-             {"triangle in space", 36, [&](Core& core) { return core.DrawTriangles(space, 1); }},
-             {"coloured triangle", 36, [&](Core& core) { return core.DrawTriangles(coloured, 1); }},
+             {"pixels", 3, [&](Core& c) { return c.DrawPixels(plane, 3); }},
+             {"pixels in space", 3, [&](Core& c) { return c.DrawPixels(space, 3); }},
+             {"coloured pixels", 3, [&](Core& c) { return c.DrawPixels(coloured, 3); }},
+             {"lines", 18, [&](Core& c) { return c.DrawLineStream(plane, 2); }},
+             {"lines in space", 18, [&](Core& c) { return c.DrawLineStream(space, 2); }},
+             {"coloured lines", 18, [&](Core& c) { return c.DrawLineStream(coloured, 2); }},
+             {"polyline", 32, [&](Core& c) { return c.DrawPolyLine(plane, 4, true); }},
+             {"polyline in space", 25, [&](Core& c) { return c.DrawPolyLine(space, 4, false); }},
+             {"quads", 128, [&](Core& c) { return c.DrawQuads(plane, 2); }},
+             {"quads in space", 128, [&](Core& c) { return c.DrawQuads(space, 2); }},
+             {"coloured quads", 128, [&](Core& c) { return c.DrawQuads(coloured, 2); }},
+             {"triangle", 36, [&](Core& c) { return c.DrawTriangles(plane, 1); }},
+             {"triangle in space", 36, [&](Core& c) { return c.DrawTriangles(space, 1); }},
+             {"coloured triangle", 36, [&](Core& c) { return c.DrawTriangles(coloured, 1); }},
              {"triangles with normals",
               72,
-              [&](Core& core) { return core.DrawTrianglesV3FN3F(withNormals, 2); }},
+              [&](Core& c) { return c.DrawTrianglesV3FN3F(withNormals, 2); }},
              {"nothing", 0, [](Core& core) {
                   P2 const* none = nullptr;
                   return core.DrawPixels(none, 0) && core.DrawPolyLine(none, 0, true);
@@ -233,7 +231,6 @@ TEST(RasterCoreManager, TextSizesArePixelsOrWorldUnits) {
     EXPECT_NEAR(upright.Width(), inPixels.Width(), 6);
     EXPECT_NEAR(inCamera.Width() * 2, inPixels.Width(), 1e-9) << "units of the view";
     EXPECT_NEAR(inWorld.Width() * 2, inPixels.Width(), 1);
-    core.SetTextAlign(AlignRight, AlignBaseline);
     core.StartInPixels();
     core.SetTextAlign(AlignRight, AlignBaseline);
     core.SetFontSizeEx(20, 20, false);

@@ -125,6 +125,7 @@ TEST(CanvasDepth, NearerSurfacesHideFartherOnesInWhateverOrderTheyAreDrawn) {
 TEST(CanvasDepth, EveryOperationIsTestedAndLeavesItsDepth) {
     unsigned char const grey = 255;
     std::vector<unsigned char> const mask(64 * 64, 255);
+    Points3 const point = {{0, 0, 2}};
     Points3 const line = {{-2, 0, 2}, {2, 0, 2}};
     std::vector<ColourVertex> const gradient = {{kWhite, -2, 0, 2}, {kWhite, 2, 0, 2}};
     std::vector<TextureVertex> const textured = {
@@ -138,10 +139,7 @@ TEST(CanvasDepth, EveryOperationIsTestedAndLeavesItsDepth) {
         std::function<void(Canvas&)> draw;
     };
     std::vector<Case> const cases = {
-        {"points",
-         [&](Canvas& c) {
-             c.Points(Vertices(Points3{{0, 0, 2}}));
-         }},
+        {"points", [&](Canvas& c) { c.Points(Vertices(point)); }},
         {"lines", [&](Canvas& c) { c.Lines(Vertices(line)); }},
         {"gradient", [&](Canvas& c) { c.Lines(Vertices(gradient)); }},
         {"polyline", [&](Canvas& c) { c.Polyline(Vertices(line), true); }},

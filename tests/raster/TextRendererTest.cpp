@@ -30,45 +30,42 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-/// Coverage as drawn, on a page of a fixed size; what falls outside is counted.
+/// Coverage as drawn.
 struct Page {
-    static constexpr int kWidth = 160;
-    static constexpr int kHeight = 100;
+    explicit Page(int w = 160, int h = 100) : width(w), height(h), pixels(Index(0, h)) {}
 
     void BlendMask(
-        int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride) {
+        int x, int y, unsigned char const* coverage, int columns, int rows, std::ptrdiff_t stride) {
         ++masks;
-        for (int j = 0; j < height; ++j) {
-            for (int i = 0; i < width; ++i) {
-                int const c = coverage[j * stride + i];
-                if (x + i < 0 || x + i >= kWidth || y + j < 0 || y + j >= kHeight) {
-                    outside += c > 0;
-                    continue;
-                }
+        for (int j = std::max(0, -y); j < rows && y + j < height; ++j) {
+            for (int i = std::max(0, -x); i < columns && x + i < width; ++i) {
                 int& pixel = pixels[Index(x + i, y + j)];
-                pixel = std::min(255, pixel + c);
+                pixel = std::min(255, pixel + coverage[j * stride + i]);
             }
         }
     }
-    int RowSum(int y) const {
-        auto const row = pixels.begin() + static_cast<std::ptrdiff_t>(Index(0, y));
-        return std::accumulate(row, row + kWidth, 0);
+    /// What rows are covered by, in pixels.
+    double Area(int top, int bottom) const {
+        auto const at = [&](int y) {
+            return pixels.begin() + static_cast<std::ptrdiff_t>(Index(0, y));
+        };
+        return std::accumulate(at(top), at(bottom), 0) / 255.0;
     }
-    /// Of the rows, NaN where there is nothing.
-    double CentreX(int top, int bottom) const {
-        double sum = 0;
-        double moment = 0;
-        for (std::size_t i = Index(0, top); i < Index(0, bottom); ++i) {
-            sum += pixels[i];
-            moment += pixels[i] * (double(i % kWidth) + 0.5);
+    /// The middle of that, not a number where there is nothing.
+    math::Point2<double> Centre(int top, int bottom) const {
+        math::Point2<double> sum(0, 0);
+        for (int y = top; y < bottom; ++y) {
+            for (int x = 0; x < width; ++x) {
+                sum = sum + math::Point2<double>(x + 0.5, y + 0.5) * (pixels[Index(x, y)] / 255.0);
+            }
         }
-        return moment / sum;
+        return sum * (1 / Area(top, bottom));
     }
     /// Around all pixels of some coverage.
     math::Rect2<int> Box() const {
-        math::Rect2<int> box(kWidth, kHeight, 0, 0);
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
+        math::Rect2<int> box(width, height, 0, 0);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
                 if (pixels[Index(x, y)] > 20) {
                     box.left = std::min(box.left, x);
                     box.right = std::max(box.right, x + 1);
@@ -79,13 +76,11 @@ struct Page {
         }
         return box;
     }
+    std::size_t Index(int x, int y) const { return static_cast<std::size_t>(y * width + x); }
 
-    static std::size_t Index(int x, int y) {
-        return static_cast<std::size_t>(y) * kWidth + static_cast<std::size_t>(x);
-    }
-
-    std::vector<int> pixels = std::vector<int>(Index(0, kHeight));
-    int outside = 0;
+    int width;
+    int height;
+    std::vector<int> pixels;
     int masks = 0;
 };
 
@@ -103,45 +98,6 @@ std::vector<int> Drawn(
     EXPECT_TRUE(text.Draw(page, anchor, style, words, transform));
     return page.pixels;
 }
-
-/// What a text covers of a page without edges.
-struct Ink final : GlyphSink {
-    Ink(TextRenderer& text,
-        math::Point2<double> const& anchor,
-        TextStyle const& style,
-        std::string_view words,
-        TextTransform const& transform = {}) {
-        EXPECT_TRUE(text.DrawTo(*this, anchor, style, words, transform));
-    }
-    void BlendMask(
-        int left,
-        int top,
-        unsigned char const* coverage,
-        int width,
-        int height,
-        std::ptrdiff_t stride) override {
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                double const c = coverage[y * stride + x] / 255.0;
-                area += c;
-                sumX += c * (left + x + 0.5);
-                sumY += c * (top + y + 0.5);
-                if (c > 0.3) {
-                    box.left = std::min(box.left, left + x);
-                    box.top = std::min(box.top, top + y);
-                    box.right = std::max(box.right, left + x + 1);
-                    box.bottom = std::max(box.bottom, top + y + 1);
-                }
-            }
-        }
-    }
-    math::Point2<double> Centre() const { return {sumX / area, sumY / area}; }
-
-    double area = 0; ///< pixels
-    double sumX = 0;
-    double sumY = 0;
-    math::Rect2<int> box{1 << 20, 1 << 20, -(1 << 20), -(1 << 20)}; ///< around what is dark
-};
 
 TEST(TextRenderer, MeasuresLinesByTheirAdvance) {
     TextRenderer text;
@@ -171,13 +127,16 @@ TEST(TextRenderer, MeasuresLinesByTheirAdvance) {
 TEST(TextRenderer, SizesFrom6To200PixelsKeepTheirProportions) {
     TextRenderer text;
     auto const perEm = [&](double size, TextTransform const& transform) {
-        TextStyle const style = Style(size, TextAlignX::Left, TextAlignY::Baseline);
-        Ink const ink(text, {300.25, 300}, style, "HEL", transform);
+        Page page(480, 440);
         bool const lies = transform.xx == 0;
-        double const height = lies ? ink.box.Width() : ink.box.Height();
-        EXPECT_NEAR(height, 0.688 * size, 1.3) << size;
-        EXPECT_TRUE(lies || ink.box.bottom == 300) << size;
-        return ink.area / (size * size);
+        math::Point2<double> const anchor = lies ? math::Point2<double>(300.25, 420) //
+                                                 : math::Point2<double>(40.25, 300);
+        TextStyle const style = Style(size, TextAlignX::Left, TextAlignY::Baseline);
+        text.Draw(page, anchor, style, "HEL", transform);
+        math::Rect2<int> const box = page.Box();
+        EXPECT_NEAR(lies ? box.Width() : box.Height(), 0.688 * size, 1.5) << size;
+        EXPECT_TRUE(lies || box.bottom == 300) << size;
+        return page.Area(0, 440) / (size * size);
     };
     for (TextTransform const& transform : {TextTransform(), TextTransform{0, 1, -1, 0}}) {
         double const large = perEm(200, transform);
@@ -199,11 +158,14 @@ TEST(TextRenderer, TextMovesByPartsOfAPixel) {
          {Case{{}, 0.25, 1},
           Case{{0, -1, 1, 0}, 0.25, 0.25},
           Case{{0.8, -0.6, 0.6, 0.8}, 0.25, 0.25}}) {
-        math::Point2<double> const start = Ink(text, {40, 40}, style, "m", c.transform).Centre();
+        auto const centre = [&](double by) {
+            Page page;
+            text.Draw(page, {40 + by, 40 + by}, style, "m", c.transform);
+            return page.Centre(0, 100);
+        };
         for (int i = 1; i <= 16; ++i) {
             double const by = i / 16.0;
-            math::Point2<double> const moved =
-                Ink(text, {40 + by, 40 + by}, style, "m", c.transform).Centre() - start;
+            math::Point2<double> const moved = centre(by) - centre(0);
             EXPECT_NEAR(moved.x, std::floor(by / c.gridX + 0.5) * c.gridX, 0.04) << by;
             EXPECT_NEAR(moved.y, std::floor(by / c.gridY + 0.5) * c.gridY, 0.04) << by;
         }
@@ -225,9 +187,9 @@ TEST(TextRenderer, MarksStandAboveAndBelowTheirLetter) {
          }) {
         Page page;
         text.Draw(page, {40, 50}, Style(32, TextAlignX::Left, TextAlignY::Baseline), c.words);
-        double const letter = page.CentreX(50 - 12, 50);
+        double const letter = page.Centre(50 - 12, 50).x;
         std::pair<bool, double> const marks[] = {
-            {c.above, page.CentreX(0, 50 - 19)}, {c.below, page.CentreX(50 + 2, Page::kHeight)}};
+            {c.above, page.Centre(0, 50 - 19).x}, {c.below, page.Centre(50 + 2, 100).x}};
         for (auto const& [wanted, centre] : marks) {
             EXPECT_EQ(std::isfinite(centre), wanted) << c.words;
             EXPECT_TRUE(!wanted || std::abs(centre - letter) < 2) << c.words;
@@ -287,8 +249,8 @@ TEST(TextRenderer, HorizontalEdgesOfUprightTextAreCrisp) {
         math::Rect2<int> const ink = page.Box();
         SCOPED_TRACE(size);
         EXPECT_EQ(ink.bottom, 40);
-        EXPECT_EQ(page.RowSum(ink.top), page.RowSum(ink.top + 1));
-        EXPECT_EQ(page.RowSum(ink.bottom - 1), page.RowSum(ink.bottom - 2));
+        EXPECT_EQ(page.Area(ink.top, ink.top + 1), page.Area(ink.top + 1, ink.top + 2));
+        EXPECT_EQ(page.Area(ink.bottom - 1, ink.bottom), page.Area(ink.bottom - 2, ink.bottom - 1));
     }
 }
 

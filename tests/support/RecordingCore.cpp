@@ -1,25 +1,15 @@
 #include "support/RecordingCore.h"
 
 #include "cimage/Conversion.h"
+#include "support/TestParams.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace tests {
 
-namespace {
-
-ui::win::CreationParams OfSize(unsigned width, unsigned height) {
-    ui::win::CreationParams params;
-    params.width = width;
-    params.height = height;
-    return params;
-}
-
-} // namespace
-
 RecordingCore::RecordingCore(unsigned width, unsigned height)
-    : RecordingCore(OfSize(width, height)) {}
+    : RecordingCore(MakeParams("", width, height)) {}
 
 RecordingCore::RecordingCore(ui::win::CreationParams const& params) : CWindowCoreManager(params) {}
 

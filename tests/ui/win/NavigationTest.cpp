@@ -34,22 +34,8 @@ std::vector<double> Values(Parameters const& p) {
 
 /// A set-up whose fields are first, first + 1 and so on, in their order.
 Parameters Counting(double first) {
-    Parameters p;
-    double next = first;
-    for (double Parameters::*field :
-         {&Parameters::ku,
-          &Parameters::ratio,
-          &Parameters::pu,
-          &Parameters::pv,
-          &Parameters::yaw,
-          &Parameters::pitch,
-          &Parameters::roll,
-          &Parameters::x,
-          &Parameters::y,
-          &Parameters::z}) {
-        p.*field = next++;
-    }
-    return p;
+    double const n = first;
+    return {n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, n + 9};
 }
 
 Segment MakeSegment(Parameters const& begin, Parameters const& end, double duration = 1) {
