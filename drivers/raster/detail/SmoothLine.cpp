@@ -153,7 +153,20 @@ void DrawMiddle(TurnedTarget target, Edge const& upper, Edge const& lower, int f
     Lanes const start = static_cast<float>(-drop) - kRows;
     float const rise = static_cast<float>(slope);
     Lanes const perRise = upper.perRise * 255.0F - Lanes{};
+    // Other rows lie in other pages: their pixels are asked for before they are needed.
+    constexpr int ahead = 8;
+    auto const fetch = [&](int column, std::int64_t at) {
+        auto const row = static_cast<int>(at >> 32);
+        __builtin_prefetch(target.At(column, row), 1);
+        __builtin_prefetch(target.At(column, row + kLanes - 1), 1);
+    };
+    for (int column = from; column < std::min(to, from + ahead); ++column) {
+        fetch(column, base + step * column);
+    }
     for (int column = from; column < to; ++column, top += step) {
+        if (column + ahead < to) {
+            fetch(column + ahead, top + step * ahead);
+        }
         auto row = static_cast<int>(top >> 32);
         auto below = static_cast<float>(static_cast<std::int32_t>((top & 0xffffffff) >> 8)) *
                      (1.0F / 16777216);
