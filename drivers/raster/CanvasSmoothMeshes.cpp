@@ -57,7 +57,9 @@ private:
 /// Draws triangles into the rows of a mesh.
 class SmoothTriangles {
 public:
-    SmoothTriangles(MeshRows& rows, PathFill& path, math::Rect2<int> const& area, bool even)
+    /// @param even the colours where all are the same, else null
+    SmoothTriangles(
+        MeshRows& rows, PathFill& path, math::Rect2<int> const& area, ColourRun const* even)
         : m_rows(rows), m_path(path), m_area(area), m_even(even) {
         m_rows.Start(area);
     }
@@ -73,27 +75,33 @@ public:
             {corners[2].x, corners[2].y}};
         m_path.Start(m_area);
         m_path.AddConvex(points, 3);
+        if (m_even != nullptr) {
+            Add([this](int, int, int) -> ColourRun const& { return *m_even; });
+            return;
+        }
         CornerColours const colours(corners, area);
         ColourRun run;
-        if (m_even) {
-            colours.Along(m_area.top, m_area.left, RunLength, run);
-        }
-        m_path.Shares([&](int y, int x, int count, int const* shares) {
-            for (int done = 0; done < count; done += RunLength) {
-                int const some = std::min(RunLength, count - done);
-                if (!m_even) {
-                    colours.Along(y, x + done, some, run);
-                }
-                m_rows.Add(y, x + done, some, shares + done, run);
-            }
+        Add([&](int y, int x, int count) -> ColourRun const& {
+            colours.Along(y, x, count, run);
+            return run;
         });
     }
 
 private:
+    template <class ColoursAt>
+    void Add(ColoursAt const& coloursAt) {
+        m_path.Shares([&](int y, int x, int count, int const* shares) {
+            for (int done = 0; done < count; done += RunLength) {
+                int const some = std::min(RunLength, count - done);
+                m_rows.Add(y, x + done, some, shares + done, coloursAt(y, x + done, some));
+            }
+        });
+    }
+
     MeshRows& m_rows;
     PathFill& m_path;
     math::Rect2<int> m_area;
-    bool m_even;
+    ColourRun const* m_even;
 };
 
 /// The triangles of a mesh, quads as two of them.
@@ -171,6 +179,12 @@ bool Canvas::DrawSmoothMesh(VertexArray const& vertices, std::size_t corners) {
         return false;
     }
     View const view = MakeView();
+    ColourRun even;
+    Colour const ink = Ink(m_state).colour;
+    std::fill_n(even.channels[0], RunLength, ink.r);
+    std::fill_n(even.channels[1], RunLength, ink.g);
+    std::fill_n(even.channels[2], RunLength, ink.b);
+    std::fill_n(even.channels[3], RunLength, static_cast<float>(ink.a) / 255);
     auto const draw =
         [&](Target const& target, MeshScratch& scratch, PathFill& path, auto triangles) {
             math::Rect2<int> const& clip = target.clip;
@@ -184,7 +198,10 @@ bool Canvas::DrawSmoothMesh(VertexArray const& vertices, std::size_t corners) {
             for (int top = clip.top; top < clip.bottom; top += MeshRows::Most) {
                 int const bottom = std::min(top + MeshRows::Most, clip.bottom);
                 SmoothTriangles part(
-                    scratch.rows, path, {clip.left, top, clip.right, bottom}, !vertices.colour);
+                    scratch.rows,
+                    path,
+                    {clip.left, top, clip.right, bottom},
+                    vertices.colour ? nullptr : &even);
                 for (MeshReach const& reach : scratch.reach) {
                     if (reach.Meets(top, bottom)) {
                         FewCorners<Corner> polygon = triangles.Load(reach.number);
