@@ -569,7 +569,7 @@ public:
         core->SetColor({20, 60, 200, 128});
         core->SetBlend(ui::win::BlendAlpha);
         core->DrawTriangles(SmallTriangles().data() + 60000, 10000);
-        core->DrawLineStream(Lines(200).data(), 5000);
+        core->DrawLineStream(Lines(200).data(), 2000);
         for (int i = 0; i < 100; ++i) {
             core->DrawText({100.0 + i % 4 * 400, 20.0 + i / 4 * 40, 0}, "some twenty glyphs...");
         }

@@ -147,7 +147,7 @@ void Canvas::PointsInBands(
     m_points.resize(std::max(m_points.size(), std::min(count, roundSize)));
     for (std::size_t first = 0; first < count; first += roundSize) {
         std::size_t const round = std::min(roundSize, count - first);
-        m_rowBands.Sort(share, m_clip, round, [&](std::size_t i) {
+        m_rowBands.Sort(share, m_clip, RowBands::FewRows, round, [&](std::size_t i) {
             PlacedPoint point;
             bool const seen = Place(reader, range, area, first + i, point);
             m_points[i] = point;

@@ -293,7 +293,10 @@ void Canvas::Triangles(VertexArray const& vertices) {
             };
             ForShapes<3>(shader, reader, vertices, count, numberOf, drawOne);
         };
-        if (triangles < worthBands) {
+        // Plain ones are drawn sooner than sorted: they are shared among the threads, no more.
+        bool const plain = Shader::Values == 0 && !TestsDepth();
+        int const threads = m_workers ? static_cast<int>(m_workers->Threads()) : 1;
+        if (triangles < worthBands || (plain && threads == 1)) {
             InBands(PixelsOf(vertices, 3), [&](Target const& target, Scratch&) {
                 draw(target, triangles, [](std::size_t i) { return i; });
             });
@@ -301,9 +304,11 @@ void Canvas::Triangles(VertexArray const& vertices) {
         }
         Target const whole = MakeTarget();
         auto const share = [&](int count, auto const& work) { Share(count, work); };
-        m_rowBands.Sort(share, m_clip, triangles, [&](std::size_t i) {
-            return ReachOfShape(m_rowBands, reader, 3 * i, 3);
-        });
+        int const rows = plain ? m_clip.Height() / (4 * threads) : 0;
+        m_rowBands.Sort(
+            share, m_clip, std::max(rows, RowBands::FewRows), triangles, [&](std::size_t i) {
+                return ReachOfShape(m_rowBands, reader, 3 * i, 3);
+            });
         Share(m_rowBands.Count(), [&](int band) {
             Target part = whole;
             part.clip = m_rowBands.Clip(band);

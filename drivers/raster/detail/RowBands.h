@@ -23,15 +23,21 @@ struct PlacedPoint {
 /// they find the pixels and depths around them in the processor's cache.
 class RowBands {
 public:
+    /// Rows of a band that, of a wide picture, fit into a processor's own cache with their depths.
+    static constexpr int FewRows = 32;
+
+    /// @param rows    of a band
     /// @param share   share(count, work) calls work(0) ... work(count - 1), on whatever threads
     /// @param reachOf reachOf(i) answers the bands of thing i, as one of the functions below
     template <class Share, class ReachOf>
     void Sort(
         Share const& share,
         math::Rect2<int> const& clip,
+        int rows,
         std::size_t count,
         ReachOf const& reachOf) {
         m_clip = clip;
+        m_rows = rows;
         m_parts.resize((count + PartSize - 1) / PartSize);
         share(static_cast<int>(m_parts.size()), [&](int number) {
             std::size_t const from = static_cast<std::size_t>(number) * PartSize;
@@ -63,11 +69,11 @@ public:
                    : Nowhere();
     }
 
-    int Count() const { return (m_clip.Height() + Rows - 1) / Rows; }
+    int Count() const { return (m_clip.Height() + m_rows - 1) / m_rows; }
     /// The part of the clip that a band is.
     math::Rect2<int> Clip(int band) const {
-        int const top = m_clip.top + band * Rows;
-        return {m_clip.left, top, m_clip.right, std::min(top + Rows, m_clip.bottom)};
+        int const top = m_clip.top + band * m_rows;
+        return {m_clip.left, top, m_clip.right, std::min(top + m_rows, m_clip.bottom)};
     }
     /// Calls use(numbers, count) with the numbers of a band's things, a part at a time.
     template <class Use>
@@ -80,7 +86,6 @@ public:
     }
 
 private:
-    static constexpr int Rows = 32; // of a wide picture they fit into a processor's own cache
     static constexpr std::size_t PartSize = 4096;
 
     /// A number of things that one thread sorts.
@@ -115,9 +120,10 @@ private:
         }
     }
 
-    std::int16_t OfRow(int y) const { return static_cast<std::int16_t>((y - m_clip.top) / Rows); }
+    std::int16_t OfRow(int y) const { return static_cast<std::int16_t>((y - m_clip.top) / m_rows); }
 
     math::Rect2<int> m_clip;
+    int m_rows = FewRows;
     std::vector<Part> m_parts;
 };
 
