@@ -218,9 +218,9 @@ template <int N>
 struct camera_rotation_root_finding {
     static_assert(N == 0 || N == 1, "yaw or pitch");
 
-    double yaw;
-    double pitch;
-    double roll;
+    double yaw = 0;
+    double pitch = 0;
+    double roll = 0;
     Eigen::Vector3d direction; ///< world
     Eigen::Vector3d ray;       ///< camera
 
