@@ -336,6 +336,11 @@ bool CSdlCore::SetVisibility(bool visible) {
     bool const placed = X() != -1 || Y() != -1;
     bool const managed = placed && HasWindowManager(m_window);
     m_placeAgainUntil = managed ? SDL_GetTicks() + placingTime : 0;
+    if (!placed && !m_fillsScreen) {
+        // SDL has centred it, which holds for the size that it was made with.
+        int const centred = static_cast<int>(SDL_WINDOWPOS_CENTERED);
+        SDL_SetWindowPosition(m_window, centred, centred);
+    }
     Show(m_window);
     m_surfaceIsNew = true;
     Refresh(false);

@@ -372,6 +372,14 @@ TEST_F(SdlWindow, FollowsTheUsersAndTheApplicationsPlace) {
     window.SetDecoration(false);
     window.SetDecoration(true);
     EXPECT_TRUE(Eventually([&] { return screen.Differences(window) == 0; }));
+
+    CWindow grown(WindowAt(-1, -1, 0)); // its place is free, and its size chosen before it is shown
+    grown.SetSize(900, 700);
+    grown.SetVisibility(true);
+    EXPECT_TRUE(Eventually([&] { return screen.IsMapped(grown); }));
+    auto const [left, top] = screen.Origin(grown);
+    EXPECT_NEAR(left, (XServer::Width - 900) / 2, 30) << "but for a frame";
+    EXPECT_NEAR(top, (XServer::Height - 700) / 2, 30);
 }
 
 TEST_F(SdlWindow, HidesAtTheCloseButtonAndTellsTheApplication) {
