@@ -10,16 +10,18 @@ using namespace detail;
 
 namespace {
 
-/// Remembers the texture coordinates of the pixel that it is asked to draw.
+/// Remembers the texture coordinates of the pixel that it is asked for, and leaves that as it is.
 struct ProbeShader {
     static constexpr int Values = 2;
+    static constexpr bool blend = true;
     math::Point2<double>& texture;
     bool& found;
 
-    template <class Values, class Pixels>
-    void Put(Values const&, Run<2> const& run, int /*count: one*/, Pixels const&) const {
+    template <class Values>
+    void Colours(Values const&, Run<2> const& run, int /*count: one*/, bool, Colour* out) const {
         texture = {run.values[0][0], run.values[1][0]};
         found = true;
+        out[0] = Colour(0, 0, 0, 0);
     }
 };
 

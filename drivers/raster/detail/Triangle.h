@@ -26,18 +26,6 @@ struct WaitingPixels {
     Colour* pixels[RunLength];
 };
 
-/// Where the pixels of a run are.
-struct PixelsInRow {
-    static constexpr bool InRow = true;
-    Colour* first;
-    Colour& operator[](int k) const { return first[k]; }
-};
-struct ScatteredPixels {
-    static constexpr bool InRow = false;
-    Colour* const* pixels;
-    Colour& operator[](int k) const { return *pixels[k]; }
-};
-
 /// How much a texture's coordinates grow from pixel to pixel.
 struct Footprint {
     double acrossX;
@@ -192,7 +180,8 @@ public:
     void Finish() {
         if (m_waiting.count > 0) {
             m_values.At(m_waiting, m_run);
-            m_shader.Put(m_values, m_run, m_waiting.count, ScatteredPixels{m_waiting.pixels});
+            PutColours(
+                m_waiting.count, false, [this](int k) -> Colour& { return *m_waiting.pixels[k]; });
             m_waiting.count = 0;
         }
     }
@@ -226,7 +215,24 @@ private:
             }
         }
         m_values.Along(y, x, count, m_run);
-        m_shader.Put(m_values, m_run, count, PixelsInRow{m_target.At(x, y)});
+        Colour* const pixels = m_target.At(x, y);
+        PutColours(count, true, [pixels](int k) -> Colour& { return pixels[k]; });
+    }
+
+    /// Draws a run. @param pixelAt pixelAt(k) is where its pixel k belongs
+    template <class PixelAt>
+    void PutColours(int count, bool inRow, PixelAt const& pixelAt) {
+        Colour colours[RunLength];
+        m_shader.Colours(m_values, m_run, count, inRow, colours);
+        if (m_shader.blend) {
+            for (int k = 0; k < count; ++k) {
+                Put<true>(pixelAt(k), colours[k]);
+            }
+        } else {
+            for (int k = 0; k < count; ++k) {
+                Put<false>(pixelAt(k), colours[k]);
+            }
+        }
     }
 
     void Reserve(int count) {
@@ -253,7 +259,7 @@ private:
 };
 
 /// Fills one projected triangle. The shader says how many values a vertex has (Values), and draws
-/// neighbouring pixels with Fill() when there are none, else with Put() the pixels of a run.
+/// neighbouring pixels with Fill() when there are none, else tells the Colours() of a run.
 template <bool Perspective, bool Depth, class Shader>
 void FillTriangle(
     Target const& target,
