@@ -371,7 +371,12 @@ public:
     /// @}
 
 private:
-    CWindowLayer& CurrentLayer() { return Layers()[m_currentLayer]; }
+    CWindowLayer& CurrentLayer() {
+        // Nearly always the first one, which takes no search; drawing calls come by the million.
+        auto const first = Layers().begin();
+        return first != Layers().end() && first->first == m_currentLayer ? first->second
+                                                                         : Layers()[m_currentLayer];
+    }
     /// The backends that an index means.
     std::pair<std::size_t, std::size_t> Range(int index) const;
     template <class Drawable, class... Arguments>
