@@ -1,4 +1,4 @@
-#include "kiv/ini/detail/FileIO.h"
+#include "kiv/FileIO.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace kiv::ini::detail {
+namespace kiv {
 
 namespace {
 
@@ -79,7 +79,7 @@ int OpenNew(std::filesystem::path const& folder, std::filesystem::path& name) {
     static std::atomic<unsigned> counter{0};
     int fd = -1;
     do {
-        name = folder / (".ini-" + std::to_string(::getpid()) + '-' + std::to_string(++counter));
+        name = folder / (".kiv-" + std::to_string(::getpid()) + '-' + std::to_string(++counter));
         fd = Retry(
             [&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); });
     } while (fd < 0 && errno == EEXIST);
@@ -101,10 +101,16 @@ std::string ReadFile(std::string const& path) {
     if (fd.Get() < 0) {
         Fail("Cannot read", path, errno);
     }
-    std::string content;
     struct stat status = {};
+    if (::fstat(fd.Get(), &status) != 0) {
+        Fail("Cannot read", path, errno);
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) { // devices may never end
+        Fail("Cannot read", path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+    std::string content;
     std::size_t size = 0;
-    bool const sized = ::fstat(fd.Get(), &status) == 0 && status.st_size > 0;
+    bool const sized = status.st_size > 0;
     content.resize((sized ? static_cast<std::size_t>(status.st_size) : 0) + 1);
     for (;;) {
         auto const count =
@@ -150,4 +156,4 @@ void ReplaceFile(std::string const& path, std::string const& content) {
     SyncFolder(folder);
 }
 
-} // namespace kiv::ini::detail
+} // namespace kiv

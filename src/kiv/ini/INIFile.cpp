@@ -1,8 +1,8 @@
 #include "kiv/ini/INIFile.h"
 
 #include "kiv/Diagnostics.h"
+#include "kiv/FileIO.h"
 #include "kiv/ini/detail/Document.h"
-#include "kiv/ini/detail/FileIO.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/current_function.hpp>
@@ -26,7 +26,7 @@ INIFile::INIFile(detail::Document* document, detail::Section* section)
 INIFile::~INIFile() = default;
 
 void INIFile::Load(std::string const& path) {
-    m_document->Read(detail::ReadFile(path));
+    m_document->Read(ReadFile(path));
     m_document->fileName = path;
     m_document->modified = false;
 }
@@ -36,7 +36,7 @@ void INIFile::Save() {
 }
 
 void INIFile::SaveAs(std::string const& path) {
-    detail::ReplaceFile(path, m_document->Write());
+    ReplaceFile(path, m_document->Write());
     m_document->fileName = path;
     m_document->modified = false;
 }

@@ -1,4 +1,5 @@
 #include "kiv/Diagnostics.h"
+#include "kiv/FileIO.h"
 #include "kiv/ParseNumber.h"
 #include "ui/win/camera/Navigation.h"
 
@@ -8,12 +9,12 @@
 #include <boost/property_tree/xml_parser.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace ui::win {
 
@@ -67,7 +68,7 @@ public:
     void Number(std::string const& path, double& value) {
         std::string const text = boost::trim_copy(m_tree.get<std::string>(path));
         if (!kiv::ParseNumber(text, value)) {
-            throw std::runtime_error(path + ": `" + text + "' is not a number");
+            throw std::runtime_error(path + " is not a number"); // its text may be of many lines
         }
     }
     void Smoothing(std::string const& path, Segment::SmoothingType& type) {
@@ -102,55 +103,96 @@ void Visit(Visitor visitor, AnySegment& s) {
     VisitPoint(visitor, "look_at.end", s.lookAtEnd);
 }
 
-/// Where the tag, comment or other markup that begins at `begin` ends; npos when it does not.
-std::size_t EndOfMarkup(std::string const& text, std::size_t begin) {
-    constexpr char const* pairs[][2] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-    for (auto const& [start, end] : pairs) {
-        if (text.compare(begin, std::strlen(start), start) == 0) {
-            return text.find(end, begin);
-        }
-    }
-    for (std::size_t i = begin; i != std::string::npos && i < text.size(); ++i) {
-        if (text[i] == '>') {
-            return i;
-        }
-        if (text[i] == '"' || text[i] == '\'') {
-            i = text.find(text[i], i + 1); // a value may have any character
-            if (i == std::string::npos) {
-                break;
+/// Finds its way through markup as the parser does, which takes what it meets to be well formed.
+class MarkupScanner {
+public:
+    explicit MarkupScanner(std::string const& text) : m_text(text) {}
+
+    /// How many elements lie within each other at the most.
+    /// @throws std::runtime_error for markup that has no end or is none of a path's file
+    int Depth() {
+        int depth = 0;
+        int deepest = 0;
+        while ((m_at = m_text.find('<', m_at)) != std::string::npos) {
+            if (SkipOver("<!--", "-->") || SkipOver("<![CDATA[", "]]>") || SkipOver("<?", "?>")) {
+                continue;
+            }
+            bool const closes = m_text.compare(m_at, 2, "</") == 0;
+            m_at += closes ? 2 : 1;
+            if (closes) {
+                --depth;
+            } else if (SkipTag()) {
+                deepest = std::max(deepest, ++depth);
+            }
+            if (depth < 0) {
+                Fail();
             }
         }
+        return deepest;
     }
-    return std::string::npos;
-}
 
-/// The parser works its way down by recursion; a file made to be deep must not end the process.
-void RefuseDeepText(std::string const& text) {
-    int depth = 0;
-    std::size_t i = text.find('<');
-    while (i != std::string::npos) {
-        std::size_t const end = EndOfMarkup(text, i);
-        if (end == std::string::npos) {
-            return; // the parser says what is wrong
+private:
+    [[noreturn]] static void Fail() { throw std::runtime_error("malformed markup"); }
+
+    bool SkipOver(char const* start, char const* end) {
+        if (m_text.compare(m_at, std::strlen(start), start) != 0) {
+            return false;
         }
-        char const kind = text[i + 1];
-        if (kind == '/') {
-            --depth;
-        } else if (kind != '!' && kind != '?' && text[end - 1] != '/' && ++depth > deepestElement) {
-            throw std::runtime_error("elements are nested too deeply");
-        }
-        i = text.find('<', end);
+        SkipPast(m_text.find(end, m_at + std::strlen(start)));
+        return true;
     }
-}
+    /// @return whether the element has contents
+    bool SkipTag() {
+        if (m_text.compare(m_at, 1, "!") == 0) {
+            Fail(); // document types would bring their own rules
+        }
+        SkipUntil(std::string_view(" \n\r\t/>?\0", 8));
+        for (;;) {
+            SkipSpace();
+            char const next = m_text[m_at];
+            if (next == '>' || next == '/') {
+                return next == '>';
+            }
+            SkipUntil(std::string_view(" \n\r\t/<>=?!\0", 11));
+            SkipSpace();
+            if (m_text[m_at] != '=') {
+                Fail();
+            }
+            ++m_at;
+            SkipSpace();
+            char const quote = m_text[m_at];
+            if (quote != '"' && quote != '\'') {
+                Fail();
+            }
+            SkipPast(m_text.find(quote, m_at + 1)); // a value may have any other character
+        }
+    }
+    void SkipPast(std::size_t place) {
+        if (place == std::string::npos) {
+            Fail();
+        }
+        m_at = place + 1;
+    }
+    void SkipSpace() { SkipTo(m_text.find_first_not_of(" \n\r\t", m_at)); }
+    void SkipUntil(std::string_view ends) { SkipTo(m_text.find_first_of(ends, m_at)); }
+    void SkipTo(std::size_t place) {
+        if (place == std::string::npos) {
+            Fail();
+        }
+        m_at = place;
+    }
+
+    std::string const& m_text;
+    std::size_t m_at = 0;
+};
 
 std::vector<Segment> ReadSegments(std::string const& path) {
     namespace xml = boost::property_tree::xml_parser;
-    std::ifstream file(path, std::ios::binary);
-    std::string const text{std::istreambuf_iterator<char>(file), {}};
-    if (!file) {
-        throw std::runtime_error(path + ": cannot read file");
+    std::string const text = kiv::ReadFile(path);
+    // The parser goes down by recursion; a file made to be deep must not end the process.
+    if (MarkupScanner(text).Depth() > deepestElement) {
+        throw std::runtime_error("elements are nested too deeply");
     }
-    RefuseDeepText(text);
     std::istringstream stream(text);
     ptree tree;
     xml::read_xml(stream, tree, xml::trim_whitespace | xml::no_comments);
@@ -171,14 +213,9 @@ void WriteSegments(std::string const& path, std::vector<Segment> const& segments
         Visit(SegmentWriter(segment), segments[i]);
         tree.add_child(std::string(rootName) + ".s" + std::to_string(i), segment);
     }
-    std::ofstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error(path + ": cannot open file");
-    }
-    xml::write_xml(file, tree, xml::xml_writer_make_settings<std::string>('\t', 1, "utf-8"));
-    if (!file.flush()) {
-        throw std::runtime_error(path + ": cannot write file");
-    }
+    std::ostringstream text;
+    xml::write_xml(text, tree, xml::xml_writer_make_settings<std::string>('\t', 1, "utf-8"));
+    kiv::ReplaceFile(path, text.str());
 }
 
 } // namespace
