@@ -83,6 +83,27 @@ TEST_F(NavigationPad, RepeatsFromClickToClick) {
     EXPECT_TRUE(Eventually([&] { return Yaw() < stopped; })) << "and on again";
 }
 
+TEST_F(NavigationPad, HasAButtonForEachTurn) {
+    struct Case {
+        int x;
+        int y;
+        double CCamera3D::Parameters::*angle;
+        int sign;
+    };
+    for (Case const& c :
+         {Case{30, 25, &CCamera3D::Parameters::yaw, -1},
+          Case{90, 45, &CCamera3D::Parameters::yaw, 1},
+          Case{50, 5, &CCamera3D::Parameters::pitch, 1},
+          Case{70, 65, &CCamera3D::Parameters::pitch, -1},
+          Case{5, 65, &CCamera3D::Parameters::roll, 1},
+          Case{115, 5, &CCamera3D::Parameters::roll, -1}}) {
+        camera->SetParams({1, 1, 0, 0, 0, 0, 0, 0, 0, 0});
+        Click(c.x, c.y);
+        EXPECT_TRUE(Eventually([&] { return camera->Params().*c.angle * c.sign >= 0.01; }));
+        Click(c.x, c.y);
+    }
+}
+
 TEST_F(NavigationPad, GoesAwayWhileButtonsRun) {
     for (int round = 0; round < 10; ++round) {
         Click(40, 35);
@@ -216,6 +237,11 @@ TEST(NavigationRender, GivesTheSameFramesInEveryRun) {
         window.DrawCircle(0, 0, 1, true);
         NavigationPlayer player(path);
         EXPECT_EQ(player.RenderFiles(window, 0.05, name), 7U);
+        EXPECT_EQ(
+            NavigationPlayer(boost::make_shared<Navigation>(camera))
+                .RenderFiles(window, 0.05, "none.png"),
+            0U)
+            << "an empty path";
         EXPECT_EQ(player.RenderFiles(window, 0.0, "none.png"), 0U);
         EXPECT_EQ(player.RenderFiles(window, std::nan(""), "none.png"), 0U);
         EXPECT_EQ(player.RenderFiles(window, 1e-300, "none.png"), 0U);

@@ -1,5 +1,10 @@
 #include "CameraHelpers.h"
+#include "cimage/ImageIO.h"
+#include "cimage/PixelTypes.h"
+#include "cimage/TImage.h"
 #include "examples/calibration.h"
+
+#include <boost/property_tree/ptree.hpp>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +54,54 @@ TEST(CalibratedCamera, SeesTheBoardAsThePinholeModelDoes) {
             EXPECT_NEAR(screen.x, stored.x(), 1e-9 * std::abs(stored.x()));
             EXPECT_NEAR(screen.y, stored.y(), 1e-9 * std::abs(stored.y()));
         }
+    }
+}
+
+/// The corner of a chessboard's squares near a place of a photograph, found in its pixels: where
+/// the edges around the place, each a line across its gradient, meet best.
+Eigen::Vector2d PrintedCorner(cimage::TImage<unsigned char> const& photograph, Eigen::Vector2d at) {
+    constexpr int radius = 5;
+    for (int round = 0; round < 5; ++round) {
+        Eigen::Matrix2d normal = Eigen::Matrix2d::Zero();
+        Eigen::Vector2d sum = Eigen::Vector2d::Zero();
+        for (int y = int(at.y()) - radius; y <= int(at.y()) + radius; ++y) {
+            for (int x = int(at.x()) - radius; x <= int(at.x()) + radius; ++x) {
+                auto const grey = [&](int i, int j) { return double(photograph[unsigned(j)][i]); };
+                Eigen::Vector2d const gradient(
+                    grey(x + 1, y) - grey(x - 1, y), grey(x, y + 1) - grey(x, y - 1));
+                normal += gradient * gradient.transpose();
+                sum += gradient * gradient.dot(Eigen::Vector2d(x + 0.5, y + 0.5));
+            }
+        }
+        at = normal.inverse() * sum;
+    }
+    return at;
+}
+
+TEST(CalibratedCamera, PutsTheCornersOntoThePrintedOnes) {
+    std::string const folder = QUARN_EXAMPLE_DATA "/calibration/";
+    Calibration const c = ReadCalibration(folder + "left_intrinsics.yml");
+    CountingManager core(c.width, c.height);
+    for (std::size_t frame = 0; frame < 5; ++frame) {
+        boost::property_tree::ptree metadata;
+        cimage::TImage<unsigned char> photograph;
+        cimage::Load(folder + "left0" + std::to_string(frame + 1) + ".jpg", photograph, metadata);
+        core.SetViewPort(
+            ViewPortCamera,
+            nullptr,
+            boost::make_shared<CCamera3D>(CameraOf(c, BoardToCamera(c, frame)), false));
+        double sum = 0;
+        int const corners = c.columns * c.rows;
+        for (int i = 0; i < corners; ++i) {
+            Vector3d const board = BoardPoint(c, i % c.columns, i / c.columns);
+            math::Point2<double> const screen = core.WindowToScreen<double>(
+                math::Point3<float>(float(board.x()), float(board.y()), 0));
+            math::Point2<float> const drawn =
+                ThroughTheLens(c, (screen.x - c.cx - 0.5) / c.fx, (screen.y - c.cy - 0.5) / c.fy);
+            Eigen::Vector2d const place(drawn.x, drawn.y);
+            sum += (PrintedCorner(photograph, place) - place).squaredNorm();
+        }
+        EXPECT_LT(std::sqrt(sum / corners), c.error[frame] + 0.1) << "frame " << frame;
     }
 }
 

@@ -287,6 +287,19 @@ TEST_F(Camera3DDrag, PansWithTheGroundUnderThePointer) {
         EXPECT_EQ(camera.Params().z, 4);
         EXPECT_EQ(camera.Params().yaw, 0.4);
     });
+    // Also when the camera stepped and turned since the last picture.
+    camera.Interact(&core, At(EventPress, 0.2F, -0.4F, ButtonLeft));
+    camera.Interact(&core, At(EventPress, 0, 0, WheelForward));
+    camera.Rotate_CC_Rel({0.1, 0.05, 0}, 7);
+    CCamera3D turned(false);
+    turned.SetParams(camera.Params());
+    turned.GetMatrix(&core, matrix);
+    Vector3d const under = ViewPortInvertZ(matrix, 0) * Vector3d(0.2F, -0.4F, 1);
+    camera.Interact(&core, At(EventMotion, 0.3F, -0.5F));
+    Vector3d const device =
+        ToDevice(camera, core, {under.x() / under.z(), under.y() / under.z(), 0});
+    EXPECT_NEAR(device.x(), 0.3F, 1e-9);
+    EXPECT_NEAR(device.y(), -0.5F, 1e-9);
 }
 
 TEST_F(Camera3DDrag, TurnsWithTheGrabbedDirectionUnderThePointer) {

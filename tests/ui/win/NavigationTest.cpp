@@ -189,6 +189,9 @@ TEST_F(NavigationPath, PadTurnsTheCamera) {
     CCamera3D expected(false);
     camera->SetKCamera(0, 1, 1, 0, 0, 0.5, 0.2, 0.1, 1, 2, 3);
     expected.SetParams(camera->Params());
+    path->YawInc();
+    expected.Rotate_CC_Rel({0.01, 0, 0}, 7);
+    EXPECT_EQ(Values(camera->Params()), Values(expected.Params())) << "the step at first";
     path->SetRotationStep(0.25);
     struct Case {
         void (Navigation::*action)();
@@ -214,15 +217,25 @@ TEST_F(NavigationPath, PadTurnsTheCamera) {
     core.Take();
     path->Draw(&core);
     std::vector<std::string> const log = core.Take();
-    EXPECT_THAT(
-        std::vector<std::string>(log.begin(), log.begin() + 5),
-        ElementsAre(
-            "SetBlend 1",
-            "SetColor 255,255,255,128",
-            "DrawQuads (30,25 50,25 50,45 30,45)",
-            "SetFontSizeEx 12 12 0",
-            "DrawText 40,35,0 '+y'"));
-    EXPECT_THAT(log, testing::Contains("DrawQuads (5,70 115,70 115,90 5,90)"));
+    ASSERT_GT(log.size(), 35U);
+    char const* const buttons[][2] = {
+        {"DrawQuads (30,25 50,25 50,45 30,45)", "DrawText 40,35,0 '+y'"},
+        {"DrawQuads (70,25 90,25 90,45 70,45)", "DrawText 80,35,0 '-y'"},
+        {"DrawQuads (50,5 70,5 70,25 50,25)", "DrawText 60,15,0 '+p'"},
+        {"DrawQuads (50,45 70,45 70,65 50,65)", "DrawText 60,55,0 '-p'"},
+        {"DrawQuads (5,5 25,5 25,65 5,65)", "DrawText 15,35,0 '+r'"},
+        {"DrawQuads (95,5 115,5 115,65 95,65)", "DrawText 105,35,0 '-r'"},
+        {"DrawQuads (5,70 115,70 115,90 5,90)", "DrawText 60,80,0 '0r'"}};
+    for (std::ptrdiff_t i = 0; i < 7; ++i) {
+        EXPECT_THAT(
+            std::vector<std::string>(log.begin() + 5 * i, log.begin() + 5 * i + 5),
+            ElementsAre(
+                "SetBlend 1",
+                "SetColor 255,255,255,128",
+                buttons[i][0],
+                "SetFontSizeEx 12 12 0",
+                buttons[i][1]));
+    }
     EXPECT_THAT(log, testing::Contains(HasSubstr("'yaw=")));
     EXPECT_THAT(log.back(), HasSubstr("'ratio=1'"));
     EXPECT_EQ(core.HorizontalTextAlign(), AlignRight);
@@ -295,10 +308,16 @@ TEST_F(NavigationFile, MayBeEditedByHand) {
     EXPECT_EQ(path->Segments()[1].smoothingFocal, Segment::LINEAR) << "an unknown word";
     EXPECT_EQ(path->Segments()[0].begin.pu, 0);
 
-    std::string deep;
-    for (int i = 0; i < 200000; ++i) {
-        deep += "<a b='/>'>";
-    }
+    auto const deep = [](std::string text, char const* element) {
+        for (int i = 0; i < 200000; ++i) {
+            text += element;
+        }
+        return text;
+    };
+    path->SetFileName(folder.Path("two.xml"));
+    path->Save();
+    std::string const two = Text();
+    path->SetFileName(folder.Path("path.xml"));
     for (std::string const& bad :
          {std::string(),
           std::string("garbage"),
@@ -309,7 +328,12 @@ TEST_F(NavigationFile, MayBeEditedByHand) {
           "<segments>" + replaced(odd, "LINEAR", "").substr(0, 300),
           std::string(100000, '<'),
           std::string("\0\xff<\x01>", 5),
-          deep}) {
+          "<segments>" + replaced(odd, "<roll>7</roll>", "<roll><![CDATA[a\nb]]></roll>"),
+          deep("", "<a b='/>'>"),
+          deep("<!DOCTYPE segments \">", "<a>"),
+          deep("", "<a\">"),
+          deep("", "<a b'c = \"d'>\">"),
+          deep(deep("<!-->", "</a>") + "-->", "<a>")}) {
         EXPECT_EQ(Load(bad), 2U);
         std::string const said = output.Take();
         EXPECT_THAT(said, StartsWith("[EE] Navigation: Exception ")) << bad.substr(0, 80);
@@ -319,7 +343,12 @@ TEST_F(NavigationFile, MayBeEditedByHand) {
         path->SetFileName(place);
         path->Save();
         EXPECT_THAT(output.Take(), StartsWith("[EE] Navigation: Exception ")) << place;
+        path->Load();
+        EXPECT_THAT(output.Take(), StartsWith("[EE] Navigation: Exception ")) << place;
     }
+    path->SetFileName(folder.Path("again.xml"));
+    path->Save();
+    EXPECT_EQ(Text(), two) << "bad files change nothing";
 }
 
 TEST_F(NavigationPath, PlayerWalksTheSegmentsInTime) {
@@ -372,6 +401,13 @@ TEST_F(NavigationPath, PlayerWalksTheSegmentsInTime) {
     EXPECT_EQ(x(), 0) << "from the begin again";
     player.Stop();
     EXPECT_FALSE(player.Update());
+
+    auto const thirds = boost::make_shared<Navigation>(camera);
+    for (double const duration : {1.9, 2.8, 2.6, 0.0}) {
+        thirds->AddSegment(MakeSegment(Counting(1), Counting(1 + duration), duration));
+    }
+    NavigationPlayer(thirds).Seek(1.9 + 2.8 + 2.6);
+    EXPECT_EQ(x(), Counting(1).x) << "however the times are rounded";
 }
 
 TEST_F(NavigationPath, CubicPositionsRunSmoothlyThroughJoints) {

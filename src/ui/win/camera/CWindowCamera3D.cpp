@@ -42,7 +42,7 @@ CCamera3D::CCamera3D(
     double yaw, double pitch, double roll, double x, double y, double z, bool interactive)
     : CCamera3D(interactive) {
     SetKCamera(0, 1, 1, 0, 0, yaw, pitch, roll, x, y, z);
-    Project(1, 1);
+    CorrectAspect(1, 1);
 }
 
 CCamera3D::CCamera3D(
@@ -59,13 +59,13 @@ CCamera3D::CCamera3D(
     bool interactive)
     : CCamera3D(interactive) {
     SetCamera(0, ax, ay, pu, pv, yaw, pitch, roll, x, y, z);
-    Project(1, 1);
+    CorrectAspect(1, 1);
 }
 
 CCamera3D::CCamera3D(dev::TCameraParams<double, unsigned int> const& calibration, bool interactive)
     : CCamera3D(interactive) {
     SetCamera(calibration);
-    Project(1, 1);
+    CorrectAspect(1, 1);
 }
 
 void CCamera3D::Store(int index, Parameters const& parameters) {
@@ -324,10 +324,9 @@ math::Point3<float> CCamera3D::CameraToWorld(math::Point3<float> const& directio
     return WorldDirection(direction);
 }
 
-void CCamera3D::Project(double gx, double gy) {
+void CCamera3D::CorrectAspect(double gx, double gy) {
     m_fx = gx * m_current.ku;
     m_fy = gy * m_current.ku * m_current.ratio;
-    m_projection = ProjectionOf(m_current, m_fx, m_fy);
 }
 
 void CCamera3D::GetMatrix(CWindowCore* core, math::TMatrix<double, 3u, 4u>& matrix) {
@@ -345,8 +344,8 @@ void CCamera3D::GetMatrix(CWindowCore* core, math::TMatrix<double, 3u, 4u>& matr
         }
     }
     Lock const lock(m_mutex);
-    Project(gx, gy);
-    matrix = m_projection;
+    CorrectAspect(gx, gy);
+    matrix = ProjectionOf(m_current, m_fx, m_fy);
 }
 
 void CCamera3D::KCameraMatrix(math::TMatrix<double, 3u, 4u>& matrix, Parameters const& parameters) {
@@ -443,7 +442,9 @@ void CCamera3D::GrabAndTurn(math::Point2<float> const& pointer) {
 }
 
 void CCamera3D::PanOverGround(math::Point2<float> const& pointer) {
-    math::TMatrix<double, 3, 3> const toGround = ViewPortInvertZ(m_projection, 0);
+    // Of now: a step or a turn may have come since the last picture.
+    math::TMatrix<double, 3, 3> const toGround =
+        ViewPortInvertZ(ProjectionOf(m_current, m_fx, m_fy), 0);
     Vector const from = toGround * Vector(m_lastPointer.x, m_lastPointer.y, 1);
     Vector const to = toGround * Vector(pointer.x, pointer.y, 1);
     double const dx = to.x() / to.z() - from.x() / from.z();

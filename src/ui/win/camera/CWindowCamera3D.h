@@ -185,7 +185,7 @@ private:
     void Recall(int index);
     void Use(int index, Parameters const& parameters);
     void SetHomeAngle(double Parameters::*angle, double value);
-    void Project(double gx, double gy);
+    void CorrectAspect(double gx, double gy);
     void MoveInCameraAxes(math::Point3<double> const& displacement, int mask);
     void TurnAbout(math::Point3<double> const& centre, double yaw, double pitch);
     math::Point3<float> RayOf(math::Point2<float> const& device) const;
@@ -206,7 +206,6 @@ private:
     math::Point3<float> m_grabbedDirection;
     math::Point3<float> m_grabbedRay;
     math::Point2<float> m_lastPointer;
-    math::TMatrix<double, 3, 4> m_projection = math::TMatrix<double, 3, 4>::Zero();
     float m_step = 1.0F;
     math::Point3<double> m_lookAt;
     bool m_interactive;

@@ -51,12 +51,13 @@ bool NavigationPlayer::Seek(double seconds) {
     m_time = std::clamp(seconds, 0.0, Sum(durations));
     // At a joint the later segment begins; the last one also has its end.
     std::size_t segment = 0;
-    double into = m_time;
-    while (segment + 1 < durations.size() && into >= durations[segment]) {
-        into -= durations[segment];
+    double begin = 0; // added up as the whole duration is, for joints and the end to be met
+    while (segment + 1 < durations.size() && m_time >= begin + durations[segment]) {
+        begin += durations[segment];
         ++segment;
     }
-    double const t = durations[segment] > 0 ? std::min(into / durations[segment], 1.0) : 1.0;
+    double const length = durations[segment];
+    double const t = m_time < begin + length ? std::min((m_time - begin) / length, 1.0) : 1.0;
     m_path->SetCurrent(static_cast<unsigned>(segment), t);
     CCamera3D::Parameters parameters = m_path->Camera()->Params();
     m_path->GetPath(parameters);
