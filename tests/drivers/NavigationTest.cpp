@@ -12,6 +12,7 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
+#include <limits>
 
 namespace {
 
@@ -184,6 +185,42 @@ TEST(NavigationButton, EndsByItself) {
         button->Periodic_Refresh(&manager, boost::posix_time::milliseconds(1));
     });
     EXPECT_EQ(runs, 4);
+}
+
+TEST(NavigationPicture, SurvivesACameraThatMakesNoSense) {
+    CapturedOutput output;
+    auto const camera = boost::make_shared<CCamera3D>(true);
+    CWindow window(MakeParams("Offscreen", 40, 30));
+    window.SetCamera(camera);
+    window.EnableZBuffer(0.1, 100);
+    window.DrawCircle(5, 0, 3, true);
+    window.DrawText(5, 0, 1, "text");
+    math::Point3<float> const corners[] = {{5, -1, 0}, {5, 1, 0}, {6, 1, 2}, {6, -1, 2}};
+    window.DrawImage(corners, cimage::TImage<unsigned char>(4, 4));
+    double const nan = std::nan("");
+    double const endless = std::numeric_limits<double>::infinity();
+    struct {
+        CCamera3D::Parameters p;
+        bool seen;
+    } const cases[] = {
+        {{1, 1, 0, 0, 0, 0.2, 0, 0, 0, 2}, true}, // the one that sees something
+        {{}, true},                               // all in the middle, where the text stands
+        {{0, 1, 0, 0, 0, 0.2, 0, 0, 0, 2}, true},
+        {{1, 1, 0, 0, nan, 0.2, 0, 0, 0, 2}, false},
+        {{1, 1, 0, 0, 0, 0.2, 0, endless, 0, 2}, false},
+        {{endless, 1, 0, 0, 0, 0.2, 0, 0, 0, 2}, false},
+        {{1, 1, nan, 0, 0, endless, 0, 0, 0, 2}, false},
+        {{1e300, 1e300, 0, 0, 0, 1e300, 0, 0, 0, 1e300}, false}};
+    for (auto const& c : cases) {
+        camera->SetParams(c.p);
+        window.Refresh(true);
+        auto const frame = window.GrabImage(0);
+        bool seen = false;
+        for (unsigned i = 0; i < 40 * 30; ++i) {
+            seen = seen || (*frame)(i % 40, i / 40) != (*frame)(0, 29);
+        }
+        EXPECT_EQ(seen, c.seen) << "case " << &c - cases;
+    }
 }
 
 std::string Bytes(std::string const& path) {

@@ -163,6 +163,9 @@ TEST(ViewMatrices, InvertPlanesAndAffineMaps) {
     Eigen::Vector3d const back =
         ViewPortInvertUVW(view) * (view * Eigen::Vector4d(7, -3, 5, 1)).homogeneous();
     EXPECT_TRUE(back.isApprox(Eigen::Vector3d(7, -3, 5), 1e-12));
+    view.row(1) = 2 * view.row(0);
+    EXPECT_FALSE(ViewPortInvertZ(view, 0).allFinite()) << "singular";
+    EXPECT_FALSE(ViewPortInvertUVW(view).allFinite());
 }
 
 } // namespace

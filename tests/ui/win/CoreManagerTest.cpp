@@ -81,21 +81,6 @@ TEST(CoreManager, StateWordFollowsTheSetters) {
     EXPECT_EQ(manager.ContentHeight(), 480U);
 }
 
-TEST(CoreManager, AnswersNoForWhatTheBaseCannotDo) {
-    CWindowNullCore manager(Params());
-    ScreenGeometry geometry{1, 2, 3};
-    EXPECT_FALSE(manager.GetScreenGeometry(&geometry));
-    EXPECT_EQ(geometry.width + geometry.height + geometry.dpi, 0U);
-    CWindowCore::Colour colour;
-    EXPECT_FALSE(manager.GetPixel(&colour, 0, 0));
-    EXPECT_FALSE(manager.SetBackgroundColor(colour));
-    EXPECT_FALSE(manager.SetWindowShape(nullptr, 0, 0));
-    EXPECT_FALSE(manager.Refresh(true));
-    EXPECT_FALSE(manager.BindImage(nullptr));
-    EXPECT_EQ(manager.GetConnectionString(), "");
-    EXPECT_EQ(manager.Core(), &manager);
-}
-
 TEST(CoreManager, FrameIntervalIsSmoothedInMixedPrecision) {
     PictureCore manager(Params());
     manager.LastPost(boost::posix_time::milliseconds(200));

@@ -21,66 +21,6 @@ using Point3f = math::Point3<float>;
 using Grey = cimage::TImage<unsigned char>;
 using SPConst = boost::shared_ptr<cimage::CImage const>;
 
-TEST(DrawingCore, BareCoreDeclinesWhatItCannotDraw) {
-    CWindowCore core;
-    SPConst const image = boost::make_shared<Grey>(2, 2);
-    CWindowCore::Colour colour(1, 2, 3, 4);
-    math::Rect2<double> rectangle(1, 2, 3, 4);
-    Grey frame(1, 1);
-    Point2f const p2;
-    Point3f const p3[4];
-    C4UB_V3F_t const coloured;
-    T2F_V3F_t const textured;
-    bool const declined[] = {
-        core.BindImage(image),
-        core.DrawLine(0, 0, 1, 1),
-        core.DrawBox(0, 0, 1, 1, true),
-        core.DrawEllipse(0, 0, 1, 1, 0, 1, true),
-        core.DrawPixels(&p2, 1),
-        core.DrawPixels(p3, 1),
-        core.DrawPixels(&coloured, 1),
-        core.DrawPixels(&textured, 1),
-        core.DrawPolyLine(&p2, 1, true),
-        core.DrawPolyLine(p3, 1, true),
-        core.DrawLineStream(&p2, 0),
-        core.DrawLineStream(p3, 1),
-        core.DrawLineStream(&coloured, 0),
-        core.DrawTriangles(&p2, 0),
-        core.DrawTriangles(p3, 1),
-        core.DrawTriangles(&coloured, 0),
-        core.DrawTriangles(&textured, 0),
-        core.DrawTrianglesV3FN3F(p3, 0),
-        core.DrawQuads(&p2, 0),
-        core.DrawQuads(p3, 1),
-        core.DrawQuads(&coloured, 0),
-        core.DrawQuads(&textured, 0),
-        core.DrawText({0, 0, 0}, "t"),
-        core.GetTextSize(rectangle, "t"),
-        core.SetColor(colour),
-        core.SetColorEx(colour, colour, colour, 1),
-        core.GetColor(&colour),
-        core.GetHighlightColor(&colour),
-        core.EnableLight(0, p3[0], colour, colour, colour),
-        core.DisableLight(0),
-        core.SetLineSmooth(true),
-        core.SetLineWidth(1),
-        core.SetPointSize(1),
-        core.GetImage(frame)};
-    for (std::size_t i = 0; i < std::size(declined); ++i) {
-        EXPECT_FALSE(declined[i]) << i;
-    }
-    EXPECT_EQ(colour, CWindowCore::Colour(1, 2, 3, 4));
-    EXPECT_TRUE(core.SetFontSizeEx(1, 1, true));
-    EXPECT_TRUE(core.SetBlend(BlendAlpha));
-    EXPECT_EQ(core.GetBlend(), BlendAlpha);
-    EXPECT_TRUE(core.DrawImage(Point2f(0, 0), Point2f(1, 1), image)) << "drawn or not";
-    EXPECT_TRUE(core.DrawImage(p3, image));
-    std::string shortened;
-    EXPECT_FALSE(core.EllipseText({0, 0, 0}, shortened, "the text", "more", 1));
-    EXPECT_EQ(shortened, "the text");
-    EXPECT_EQ(core.GetFontName(), "Liberation Sans");
-}
-
 TEST(DrawingCore, ImagesAreOneTexturedQuad) {
     tests::RecordingCore core;
     core.answer = false;
