@@ -323,19 +323,38 @@ TEST(Canvas, NumbersThatAreNoneDrawNothingAndHarmNothing) {
 }
 
 TEST(Canvas, HugeShapesEndSoonAndKeepTheirVisiblePart) {
-    for (double const size : {1e5, 1e9, 1e30, 1e300}) {
+    double const quarter = 1.5707963267948966;
+    // A camera above the ground, which looks along y.
+    auto const above = Matrix({32, 16, 0, 32, 0, 16, 0, 48, 0, 1, 0, 2});
+    for (double const size : {1e5, 1e9, 1e12, 1e30, 1e300}) {
         for (bool const smooth : {false, true}) {
             Canvas canvas = MakeCanvas(32, 32);
             canvas.State().lineSmooth = smooth;
-            canvas.Ellipse(-size, -size, size, size, 0, 1, false);
-            canvas.Ellipse(-size, -size, size, size, 0, 7, false);
+            canvas.Ellipse(5.5, -size, size, size, 0, 7, false);
+            canvas.Ellipse(-size, -size, 20.5, size, -1, 1, false);
+            canvas.Ellipse(-size, -size, size, 9.5, 1, 2, false);
+            ForPixels(canvas, [&](int x, int y, Colour seen) {
+                ASSERT_NEAR(seen.r, x == 5 || x == 20 || y == 9 ? 255 : 0, 9) << size << ": " << x;
+            });
+            canvas.Clear(kBlack);
+            canvas.Ellipse(-size, -size, size, size, 0, quarter, true);
+            EXPECT_EQ(LitPixels(canvas), 32 * 32) << size;
             canvas.State().lineWidth = 1e30F;
             canvas.Ellipse(-size, -size, size, size, 0.5, 2, false);
-            canvas.Clear(kBlack);
-            canvas.Ellipse(-size, -size, size, size, 0, 1.5707963267948966, true);
-            EXPECT_EQ(LitPixels(canvas), 32 * 32) << size;
+            if (size < 1e15) {
+                canvas.SetView(above, canvas.Clip());
+                canvas.Clear(kBlack);
+                Canvas box = canvas;
+                canvas.Ellipse(-size, -size, 0.31, size, 0, 7, true);
+                box.Box(-size, -size, 0.31, size, true);
+                ExpectSame(canvas, box, 1, "ground " + std::to_string(size));
+                EXPECT_GT(LitPixels(box), 200);
+            }
         }
     }
+    Canvas canvas = MakeCanvas();
+    canvas.Ellipse(-2000, 5, 100, 2105, 0, 7, false);
+    EXPECT_EQ(LitPixels(canvas), 0) << "all of it is further down";
 }
 
 TEST(Canvas, TranslucentPolylinesBlendNoPixelTwice) {
@@ -695,6 +714,41 @@ TEST(Canvas, LinesAndPolygonsEndAtTheCamera) {
     EXPECT_EQ(canvas.Read(32, 34), kWhite) << "where it begins";
     EXPECT_EQ(canvas.Read(32, 63), kWhite) << "it leaves at the lower edge only";
     EXPECT_EQ(LitPixels(canvas), 30);
+    // From behind the camera to whatever distance: near it all of these look the same.
+    std::vector<unsigned char> const grey = {40, 80, 120, 160, 200, 240};
+    auto const draw = [&](float far, bool turned) {
+        auto const order = [&](auto corners) {
+            if (turned) {
+                std::reverse(corners.begin(), corners.end());
+            }
+            return corners;
+        };
+        Canvas picture = MakeCanvas();
+        picture.SetView(camera, {0, 0, 64, 64});
+        picture.State().texture = {grey.data(), 6, 1, 6, Texture::Format::Grey8};
+        picture.Quads(Vertices(order(std::vector<TextureVertex>{
+            {0, 0, -9.1F, 1, -5}, {1, 0, 8.9F, 1, -5}, {1, 1, 8.9F, 1, far}, {0, 1, -9.1F, 1, far}})));
+        picture.Quads(Vertices(order(std::vector<ColourVertex>{
+            {{0, 90, 9, 255}, -far, -1, -5},
+            {{200, 90, 9, 255}, 3 * far, -1, -5},
+            {{200, 9, 90, 255}, 3 * far, -1, far},
+            {{0, 9, 90, 255}, -far, -1, far}})));
+        picture.Lines(Vertices(order(std::vector<ColourVertex>{
+            {{255, 255, 0, 255}, 0.1F, 0.5F, -9}, {{255, 0, 0, 255}, 0.1F, 0.5F, far}})));
+        for (float const width : {1.0F, 3.0F}) {
+            picture.State().lineWidth = width;
+            picture.State().lineSmooth = width == 3;
+            picture.Polyline(
+                Vertices(order(Points3{{-width, 1, -5}, {width, 1, -5}, {width, 1, far}})), true);
+        }
+        return picture;
+    };
+    Canvas const near = draw(1e6F, false);
+    for (float const far : {1e6F, 1e12F, 1e18F, 1e30F}) {
+        for (bool const turned : {false, true}) {
+            ExpectSame(near, draw(far, turned), 1, "to " + std::to_string(far));
+        }
+    }
 }
 
 TEST(Canvas, TexturesFollowThePerspective) {

@@ -12,18 +12,6 @@ double DifferenceOfProducts(double x, double y, double z, double w) {
     return std::fma(x, y, -second) + error;
 }
 
-/// Pulls a point towards the origin until products of two coordinates are finite. The direction
-/// to anything near is kept.
-Point PullIn(Point const& p) {
-    constexpr double limit = 1e100;
-    double const size = std::max(std::abs(p.x), std::abs(p.y));
-    return size > limit ? p * (limit / size) : p;
-}
-
-Point Swapped(Point const& p) {
-    return {p.y, p.x};
-}
-
 enum Outside { Left = 1, Right = 2, Above = 4, Below = 8 };
 
 int OutCode(Point const& p) {
@@ -35,63 +23,53 @@ int OutCode(Point const& p) {
                           : 0);
 }
 
-/// The point of the line where it crosses the edge that `code` tells of.
-Point OnEdge(Point const& a, Point const& b, int code) {
-    if (code & (Left | Right)) {
-        double const x = code & Left ? -Guard : Guard;
-        return {x, YOnLine(a, b, x)};
-    }
-    double const y = code & Above ? -Guard : Guard;
-    return {YOnLine(Swapped(a), Swapped(b), y), y};
-}
-
-/// How far along from a to b the point lies.
-double Along(Point const& a, Point const& b, Point const& p) {
-    Point const d = b - a;
-    return std::abs(d.x) > std::abs(d.y) ? (p.x - a.x) / d.x : (p.y - a.y) / d.y;
+/// Moves an end of a segment, which `code` tells of, to where the whole one crosses that edge.
+void MoveToEdge(Segment const& whole, int code, Point& end, double& t, double& near) {
+    Point const& a = whole.a;
+    Point const& b = whole.b;
+    bool const sideways = code & (Left | Right);
+    double const edge = code & (sideways ? Left : Above) ? -Guard : Guard;
+    auto const there = [&](double atA, double atB) {
+        return sideways ? YOnLine({a.x, atA}, {b.x, atB}, edge)
+                        : YOnLine({a.y, atA}, {b.y, atB}, edge);
+    };
+    end = sideways ? Point(edge, there(a.y, b.y)) : Point(there(a.x, b.x), edge);
+    near = there(whole.nearA, whole.nearB);
+    t = there(whole.ta * whole.nearA, whole.tb * whole.nearB) / near;
 }
 
 } // namespace
 
 double YOnLine(Point const& a, Point const& b, double at) {
-    double const dx = b.x - a.x;
-    return (DifferenceOfProducts(a.y, b.x, a.x, b.y) + at * (b.y - a.y)) / dx;
+    constexpr double large = 1e150; // products of two are finite
+    constexpr double scale = 0x1p-530;
+    if (std::max({std::abs(a.x), std::abs(a.y), std::abs(b.x), std::abs(b.y)}) > large) {
+        return YOnLine(a * scale, b * scale, at * scale) / scale;
+    }
+    Point const& p = a.x < b.x ? a : b;
+    Point const& q = a.x < b.x ? b : a;
+    double const dx = q.x - p.x;
+    double const y = DifferenceOfProducts(p.y, q.x, p.x, q.y) / dx + at * ((q.y - p.y) / dx);
+    return std::clamp(y, std::min(p.y, q.y), std::max(p.y, q.y));
 }
 
 bool CutToGuard(Segment& segment) {
-    Point const a = PullIn(segment.a);
-    Point const b = PullIn(segment.b);
-    Point p = a;
-    Point q = b;
+    Segment const whole = segment;
+    Segment& cut = segment;
     // Each end meets at most two edges; a line that still is outside misses the square.
     for (int step = 0; step < 4; ++step) {
-        int const codeP = OutCode(p);
-        int const codeQ = OutCode(q);
-        if (codeP & codeQ) {
+        int const codeA = OutCode(cut.a);
+        int const codeB = OutCode(cut.b);
+        if (codeA & codeB) {
             return false;
         }
-        if ((codeP | codeQ) == 0) {
-            break;
+        if (codeA) {
+            MoveToEdge(whole, codeA, cut.a, cut.ta, cut.nearA);
+        } else if (codeB) {
+            MoveToEdge(whole, codeB, cut.b, cut.tb, cut.nearB);
         }
-        (codeP ? p : q) = OnEdge(a, b, codeP ? codeP : codeQ);
     }
-    if (!InGuard(p) || !InGuard(q)) {
-        return false;
-    }
-    Segment const whole = segment;
-    if (!(p == segment.a)) {
-        double const s = Along(a, b, p);
-        segment.ta = whole.OriginalAt(s);
-        segment.nearA = whole.NearAt(s);
-    }
-    if (!(q == segment.b)) {
-        double const s = Along(a, b, q);
-        segment.tb = whole.OriginalAt(s);
-        segment.nearB = whole.NearAt(s);
-    }
-    segment.a = p;
-    segment.b = q;
-    return true;
+    return InGuard(cut.a) && InGuard(cut.b);
 }
 
 namespace {
@@ -105,9 +83,11 @@ bool CutAtDistance(HPoint& a, HPoint& b, double distance, Segment& out, Inside&&
     if (!inside(a.w) && !inside(b.w)) {
         return false;
     }
-    double const t = (distance - a.w) / (b.w - a.w);
-    HPoint const cut{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, distance};
-    double const original = out.ta + (out.tb - out.ta) * t;
+    auto const there = [&, from = a.w, to = b.w](double atA, double atB) {
+        return YOnLine({from, atA}, {to, atB}, distance);
+    };
+    HPoint const cut{there(a.x, b.x), there(a.y, b.y), distance};
+    double const original = there(out.ta, out.tb);
     if (inside(b.w)) {
         a = cut;
         out.ta = original;

@@ -58,8 +58,9 @@ bool ProjectSegment(HPoint a, HPoint b, DepthRange const& range, Segment& out);
 /// Cuts a line to the guard band; its coordinates must be finite.
 bool CutToGuard(Segment& segment);
 
-/// Where the line through a and b has the coordinate `at`: y for a given x. Exact to rounding even
-/// when both ends are so far away that a step from either would lose the visible part.
+/// Where the line through a and b has the coordinate `at`: y for a given x, between theirs. Exact
+/// to rounding even when both ends are so far away that a step from either would lose the visible
+/// part; the same for both orders of the ends.
 double YOnLine(Point const& a, Point const& b, double at);
 
 } // namespace drivers::raster::detail

@@ -16,15 +16,18 @@ struct Vertex {
     double a[N > 0 ? N : 1];
 };
 
+/// The point of the line from p to q where one of its coordinates has a value between theirs.
 template <int N>
-Vertex<N> Between(Vertex<N> const& p, Vertex<N> const& q, double t) {
-    Vertex<N> v{};
-    v.x = p.x + (q.x - p.x) * t;
-    v.y = p.y + (q.y - p.y) * t;
-    v.w = p.w + (q.w - p.w) * t;
+Vertex<N>
+Between(Vertex<N> const& p, Vertex<N> const& q, double Vertex<N>::*coordinate, double value) {
+    auto const there = [=, from = p.*coordinate, to = q.*coordinate](double atP, double atQ) {
+        return YOnLine({from, atP}, {to, atQ}, value);
+    };
+    Vertex<N> v{there(p.x, q.x), there(p.y, q.y), there(p.w, q.w), {}};
     for (int i = 0; i < N; ++i) {
-        v.a[i] = p.a[i] + (q.a[i] - p.a[i]) * t;
+        v.a[i] = there(p.a[i], q.a[i]);
     }
+    v.*coordinate = value;
     return v;
 }
 
@@ -52,54 +55,32 @@ private:
     std::size_t m_size = 0;
 };
 
-/// Keeps the part of a polygon on one side (Sutherland and Hodgman): inside(v) tells the side,
-/// cut(v, w) gives the point between a corner on that side and one that is not, so that polygons
-/// that share a side are cut at the same point of it.
-template <class Corners, class Inside, class Cut>
-void CutPolygon(Corners& polygon, Inside&& inside, Cut&& cut) {
-    using V = typename Corners::value_type;
+/// Keeps the part of a polygon on the side of a value of one of its coordinates on which `inside`
+/// says that corners are (Sutherland and Hodgman).
+template <class Corners, class Inside, class V = typename Corners::value_type>
+void CutPolygon(Corners& polygon, double V::*coordinate, double value, Inside&& inside) {
     Corners kept;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         V const& from = polygon[i > 0 ? i - 1 : polygon.size() - 1];
         V const& to = polygon[i];
-        if (inside(from) != inside(to)) {
-            kept.push_back(inside(from) ? cut(from, to) : cut(to, from));
+        if (inside(from.*coordinate) != inside(to.*coordinate)) {
+            kept.push_back(Between(from, to, coordinate, value));
         }
-        if (inside(to)) {
+        if (inside(to.*coordinate)) {
             kept.push_back(to);
         }
     }
     polygon = std::move(kept);
 }
 
-/// Cuts a projected polygon to one side of the guard band; X and Y name the coordinates.
+/// Cuts a polygon to what is at least, or at most, so far along one of its coordinates.
 template <class Corners, class V = typename Corners::value_type>
-void CutAtGuard(Corners& polygon, double V::*x, double V::*y) {
-    for (double const edge : {-Guard, Guard}) {
-        CutPolygon(
-            polygon,
-            [=](V const& v) { return edge < 0 ? v.*x >= edge : v.*x <= edge; },
-            [=](V const& p, V const& q) {
-                V v = Between(p, q, (edge - p.*x) / (q.*x - p.*x));
-                v.*y = YOnLine({p.*x, p.*y}, {q.*x, q.*y}, edge);
-                v.*x = edge;
-                return v;
-            });
-    }
+void CutBelow(Corners& polygon, double V::*coordinate, double least) {
+    CutPolygon(polygon, coordinate, least, [=](double v) { return v >= least; });
 }
-
-/// Cuts a polygon to the side of a distance on which `inside` says that its points are seen.
-template <class Corners, class Inside>
-void CutAtDistance(Corners& polygon, double distance, Inside&& inside) {
-    using V = typename Corners::value_type;
-    CutPolygon(
-        polygon,
-        [&](V const& v) { return inside(v.w); },
-        [=](V const& p, V const& q) {
-            V v = Between(p, q, (distance - p.w) / (q.w - p.w));
-            v.w = distance;
-            return v;
-        });
+template <class Corners, class V = typename Corners::value_type>
+void CutAbove(Corners& polygon, double V::*coordinate, double most) {
+    CutPolygon(polygon, coordinate, most, [=](double v) { return v <= most; });
 }
 
 /// Takes a corner from homogeneous pixel coordinates to pixels, its values divided by the distance.
@@ -128,21 +109,26 @@ void ProjectPolygon(Corners& polygon, DepthRange const& range) {
         further = further || v.w > range.farthest;
     }
     if (nearer) {
-        double const nearest = range.nearest;
-        CutAtDistance(polygon, nearest, [=](double w) { return w >= nearest; });
+        CutBelow(polygon, &V::w, range.nearest);
     }
     if (further) {
-        double const farthest = range.farthest;
-        CutAtDistance(polygon, farthest, [=](double w) { return w <= farthest; });
+        CutAbove(polygon, &V::w, range.farthest);
     }
     bool outside = false;
     for (V& v : polygon) {
         Project(v);
-        outside = outside || !InGuard(v.x, v.y);
+        if (!InGuard(v.x, v.y)) {
+            if (!IsFinite(v.x) || !IsFinite(v.y)) {
+                return polygon.clear();
+            }
+            outside = true;
+        }
     }
     if (outside) {
-        CutAtGuard(polygon, &V::x, &V::y);
-        CutAtGuard(polygon, &V::y, &V::x);
+        for (auto const coordinate : {&V::x, &V::y}) {
+            CutBelow(polygon, coordinate, -Guard);
+            CutAbove(polygon, coordinate, Guard);
+        }
     }
 }
 
