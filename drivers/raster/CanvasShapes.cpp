@@ -5,6 +5,7 @@
 #include "drivers/raster/detail/Polygon.h"
 #include "drivers/raster/detail/View.h"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -66,24 +67,29 @@ struct EllipseShape {
     EllipseFrame frame;
     ArcRange range;
     bool IsFinite() const {
-        HPoint const a = frame.At({1, 1});
-        HPoint const b = frame.At({-1, -1});
-        return detail::IsFinite(a) && detail::IsFinite(b) && detail::IsFinite(range.end);
+        return detail::IsFinite(frame.Corner(frame.low)) &&
+               detail::IsFinite(frame.Corner(frame.high));
+    }
+    /// Less than a pixel or so, so that it may pass no centre of one.
+    bool IsTiny() const {
+        HPoint const p = frame.Corner(frame.low);
+        HPoint const q = frame.Corner(frame.high);
+        auto const near = [](double a, double b) { return std::abs(a - b) <= 2; };
+        return p.w >= NearDistance && q.w >= NearDistance && near(p.x / p.w, q.x / q.w) &&
+               near(p.y / p.w, q.y / q.w);
     }
 };
 
 /// Floors the corners of the box to pixels, as those of an outlined box are.
 /// @param place where in the pixel, 0 to 1
 void AddressByPixel(EllipseShape& shape, double place) {
-    HPoint const a = shape.frame.At({-1, -1});
-    HPoint const b = shape.frame.At({1, 1});
-    if (!InGuard(a.x, a.y) || !InGuard(b.x, b.y)) {
-        return;
-    }
-    Point const p{FloorPixel(a.x) + place, FloorPixel(a.y) + place};
-    Point const q{FloorPixel(b.x) + place, FloorPixel(b.y) + place};
-    // Signed radii keep the angles when the view mirrors an axis.
-    shape.frame = {{kPixelMatrix, true, {}}, (p + q) * 0.5, (q.x - p.x) / 2, (q.y - p.y) / 2};
+    HPoint const low = shape.frame.Corner(shape.frame.low);
+    HPoint const high = shape.frame.Corner(shape.frame.high);
+    // Corners that changed places keep the angles when the view mirrors an axis.
+    shape.frame = {
+        {kPixelMatrix, true, {}},
+        {std::floor(low.x) + place, std::floor(low.y) + place},
+        {std::floor(high.x) + place, std::floor(high.y) + place}};
 }
 
 void DrawThinLine(ThinPen& pen, DepthRange const& range, HPoint const& a, HPoint const& b) {
@@ -105,13 +111,14 @@ void OutlineThin(
     pen.StartShape();
     bool const seen = DrawThinCurve(pen, view, points, shape.range.whole);
     if (!shape.range.whole) {
-        HPoint const centre = shape.frame.At({0, 0});
+        HPoint const centre = shape.frame.Centre();
         DrawThinLine(pen, view.range, centre, points.front());
         DrawThinLine(pen, view.range, points.back(), centre);
-    } else if (!seen) {
-        // Too small to pass a pixel centre.
-        DrawThinLine(pen, view.range, shape.frame.At({-1, -1}), shape.frame.At({1, -1}));
-        DrawThinLine(pen, view.range, shape.frame.At({1, 1}), shape.frame.At({-1, 1}));
+    } else if (!seen && shape.IsTiny()) {
+        Point const& p = shape.frame.low;
+        Point const& q = shape.frame.high;
+        DrawThinLine(pen, view.range, view.Map(p.x, p.y), view.Map(q.x, p.y));
+        DrawThinLine(pen, view.range, view.Map(q.x, q.y), view.Map(p.x, q.y));
     }
     pen.Finish();
 }
@@ -120,7 +127,7 @@ std::vector<HPoint>
 FlattenShape(EllipseShape const& shape, math::Rect2<int> const& clip, double margin) {
     std::vector<HPoint> points;
     if (!shape.range.whole) {
-        points.push_back(shape.frame.At({0, 0}));
+        points.push_back(shape.frame.Centre());
     }
     FlattenArc(shape.frame, shape.range, clip, margin, points);
     return points;
@@ -164,13 +171,17 @@ void Canvas::Box(double x0, double y0, double x1, double y1, bool filled) {
 
 void Canvas::Ellipse(
     double x0, double y0, double x1, double y1, double start, double end, bool filled) {
+    auto const finite = [](double v) { return IsFinite(v); };
+    auto const numbers = {x0, y0, x1, y1, start, end};
+    if (m_clip.Empty() || !std::all_of(numbers.begin(), numbers.end(), finite)) {
+        return;
+    }
     Pen const pen(m_state);
-    Point const centre{x0 / 2 + x1 / 2, y0 / 2 + y1 / 2};
-    double const rx = std::abs(x1 / 2 - x0 / 2);
-    double const ry = std::abs(y1 / 2 - y0 / 2);
-    EllipseShape shape{{MakeView(), centre, rx, ry}, ArcRange::Between(start, end)};
+    EllipseShape shape{
+        {MakeView(), {std::min(x0, x1), std::min(y0, y1)}, {std::max(x0, x1), std::max(y0, y1)}},
+        ArcRange::Between(start, end)};
     View const& view = shape.frame.view;
-    if (m_clip.Empty() || !shape.IsFinite()) {
+    if (!shape.IsFinite()) {
         return;
     }
     if (filled) {

@@ -30,7 +30,7 @@ private:
         Point const sum = u + v;
         Point const half = sum * (1 / std::sqrt(sum.x * sum.x + sum.y * sum.y));
         HPoint const middle = m_frame.At(half);
-        constexpr int deepest = 16;
+        constexpr int deepest = 64; // where an arc crosses the plane of the camera
         if (depth == deepest || Done(pu, middle, pv)) {
             m_out.push_back(pv);
             return;
@@ -41,8 +41,14 @@ private:
 
     bool Done(HPoint const& pu, HPoint const& middle, HPoint const& pv) const {
         constexpr double tolerance = 1.0 / 128;
-        if (pu.w < NearDistance || middle.w < NearDistance || pv.w < NearDistance) {
-            return pu.w < NearDistance && middle.w < NearDistance && pv.w < NearDistance;
+        // The arc lies in the triangle of its ends and of where their tangents meet: that is at
+        // most sqrt(2) as far from the middle as the middle is from the chord.
+        HPoint const tip{
+            Beyond(pu.x, middle.x, pv.x),
+            Beyond(pu.y, middle.y, pv.y),
+            Beyond(pu.w, middle.w, pv.w)};
+        if (!(std::min({pu.w, tip.w, pv.w}) >= NearDistance)) {
+            return !(std::max({pu.w, tip.w, pv.w}) >= NearDistance);
         }
         Point const a{pu.x / pu.w, pu.y / pu.w};
         Point const b{pv.x / pv.w, pv.y / pv.w};
@@ -50,11 +56,14 @@ private:
         double const offX = std::abs(m.x - (a.x + b.x) / 2);
         double const offY = std::abs(m.y - (a.y + b.y) / 2);
         return (offX <= tolerance && offY <= tolerance) ||
-               Misses(a.x, b.x, 2 * offX + m_margin, m_clip.left, m_clip.right) ||
-               Misses(a.y, b.y, 2 * offY + m_margin, m_clip.top, m_clip.bottom);
+               Misses(a.x, tip.x / tip.w, b.x, m_clip.left, m_clip.right) ||
+               Misses(a.y, tip.y / tip.w, b.y, m_clip.top, m_clip.bottom);
     }
-    static bool Misses(double a, double b, double margin, double lo, double hi) {
-        return std::max(a, b) + margin < lo || std::min(a, b) - margin > hi;
+    static double Beyond(double from, double middle, double to) {
+        return middle + (middle - (from / 2 + to / 2)) * 1.5;
+    }
+    bool Misses(double a, double tip, double b, int lo, int hi) const {
+        return std::max({a, tip, b}) + m_margin < lo || std::min({a, tip, b}) - m_margin > hi;
     }
 
     EllipseFrame const& m_frame;
@@ -148,7 +157,7 @@ ArcRange ArcRange::Between(double from, double to) {
     double const span = to - from;
     double const start = std::fmod(from, 2 * kPi);
     bool const whole = span >= 2 * kPi * (1 - 1e-7); // callers compute 2 pi in float
-    return {start, start + span, whole};
+    return {start, start + std::min(span, 2 * kPi), whole};
 }
 
 void FlattenArc(

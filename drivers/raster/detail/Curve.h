@@ -11,13 +11,26 @@ namespace drivers::raster::detail {
 /// An ellipse in a bounding box and the view it is seen through.
 struct EllipseFrame {
     View view;
-    Point centre;
-    double rx = 0;
-    double ry = 0;
+    Point low;  ///< the corner in the direction (-1, -1)
+    Point high; ///< the one in the direction (1, 1)
 
+    HPoint Centre() const { return view.Map(low.x / 2 + high.x / 2, low.y / 2 + high.y / 2); }
+    HPoint Corner(Point const& p) const { return view.Map(p.x, p.y); }
     /// The point in the direction of a unit vector.
     HPoint At(Point const& unit) const {
-        return view.Map(centre.x + rx * unit.x, centre.y + ry * unit.y);
+        return view.Map(Along(low.x, high.x, unit.x, unit.y), Along(low.y, high.y, unit.y, unit.x));
+    }
+
+private:
+    /// A coordinate on the ellipse; near a side of the box from there, so that nothing is lost
+    /// there however far the other side is.
+    static double Along(double lowest, double highest, double cosine, double sine) {
+        if (std::abs(cosine) <= std::abs(sine)) {
+            return (lowest / 2 + highest / 2) + (highest / 2 - lowest / 2) * cosine;
+        }
+        double const from = cosine > 0 ? highest : lowest;
+        double const to = cosine > 0 ? lowest : highest;
+        return from + (to / 2 - from / 2) * (sine * sine / (1 + std::abs(cosine)));
     }
 };
 
