@@ -203,9 +203,9 @@ public:
     /// Not implemented: says so and returns false.
     bool SetRegionAction(
         double x0, double y0, double x1, double y1, CWindowEvents_ID kind, unsigned action);
-    /// Calls back, on the backend's thread, for events of the kind strictly inside the world
-    /// rectangle, and consumes them. Plugins, higher layers, the layer's camera and drawables
-    /// pushed before are asked first: layer 0's camera takes presses of the left and middle button.
+    /// Calls back, on the backend's thread, for events of the kind in the world rectangle, its edges
+    /// included, and consumes them. Plugins, higher layers, the layer's camera and drawables pushed
+    /// before are asked first: layer 0's camera takes presses of the left and middle button.
     bool SetRegionCallback(
         double x0,
         double y0,
