@@ -149,6 +149,12 @@ TEST_F(ImageIO, MetadataComesBackFromEveryFormat) {
     metadata.put("Lines", "first\n\n\tthird \n");
     metadata.put("Unit", utf8);
     metadata.put("Empty", "");
+    std::string bytes = "\r\n\r\r\n\n\t\v \r";
+    for (int byte = 1; byte < 256; ++byte) {
+        bytes += static_cast<char>(byte); // and so no UTF-8
+    }
+    metadata.put("Bytes", bytes + "\r");
+    metadata.put("Software", bytes); // a text tag of its own in TIFF
     ptree const kept = metadata;
     metadata.put("_private.key", "secret");
     metadata.put("Camera._serial", "secret");
@@ -167,8 +173,8 @@ TEST_F(ImageIO, MetadataThatTheFormatCannotHoldIsLeftOut) {
     ptree metadata;
     metadata.push_back({std::string(80, 'k'), ptree("x")});
     metadata.push_back({"line\nend", ptree("x")});
-    metadata.put("Software", std::string("be\0fore", 7)); // a text tag of its own in TIFF
-    metadata.put("Long", std::string(70000, 'x'));        // longer than a JPEG comment
+    metadata.put("Software", std::string("be\0fore", 7));
+    metadata.put("Long", std::string(70000, 'x')); // longer than a JPEG comment
     for (char const* name : {"a.png", "a.tif", "a.pgm", "a.jpg"}) {
         Save(Path(name), Grey(3, 3), metadata);
         ptree read;

@@ -32,7 +32,7 @@ void Flatten(
 
 bool FitsLine(std::string const& key) {
     return key.size() <= MaxKeyLength && key.find(Separator) == std::string::npos &&
-           key.find_first_of("\r\n\t") == std::string::npos;
+           key.find_first_of("\r\n\t\v") == std::string::npos;
 }
 
 } // namespace
@@ -62,11 +62,7 @@ std::string ToLines(TextEntries const& entries) {
         }
         lines += entry.first + Separator;
         for (char c : entry.second) {
-            if (c == '\n') {
-                lines += "\n\t";
-            } else if (c != '\r') {
-                lines += c;
-            }
+            lines += c == '\n' ? "\n\t" : c == '\r' ? "\n\v" : std::string(1, c);
         }
         lines += '\n';
     }
@@ -81,8 +77,9 @@ TextEntries FromLines(std::string const& lines, char const* fallbackKey) {
             line.pop_back();
         }
         std::size_t const colon = line.find(Separator);
-        if (!entries.empty() && !line.empty() && line.front() == '\t') {
-            entries.back().second += '\n' + line.substr(1);
+        bool const goesOn = !entries.empty() && !line.empty();
+        if (goesOn && (line.front() == '\t' || line.front() == '\v')) {
+            entries.back().second += (line.front() == '\t' ? '\n' : '\r') + line.substr(1);
         } else if (colon != std::string::npos && colon > 0 && colon <= MaxKeyLength) {
             entries.emplace_back(line.substr(0, colon), line.substr(colon + 2));
         } else if (!entries.empty() && entries.back().first == fallbackKey) {

@@ -22,7 +22,8 @@ TextEntries FromTree(boost::property_tree::ptree const& tree);
 void AddToTree(boost::property_tree::ptree& tree, TextEntry const& entry);
 
 /// Entries as lines for formats that know only free text: "key: value", further lines of a value
-/// starting with a tab. Keys that cannot be told from a value are left out. Line ends are "\n".
+/// starting with a tab, or with a vertical tab where a carriage return ended the line before. Keys
+/// that cannot be told from a value are left out. Line ends are "\n".
 std::string ToLines(TextEntries const& entries);
 
 /// The inverse of ToLines. Lines of another origin, without a key, become one entry under
