@@ -70,6 +70,9 @@ struct EllipseShape {
         return detail::IsFinite(frame.Corner(frame.low)) &&
                detail::IsFinite(frame.Corner(frame.high));
     }
+    bool IsLine() const {
+        return range.whole && (frame.low.x == frame.high.x || frame.low.y == frame.high.y);
+    }
     /// Less than a pixel or so, so that it may pass no centre of one.
     bool IsTiny() const {
         HPoint const p = frame.Corner(frame.low);
@@ -105,10 +108,15 @@ void OutlineThin(
     Ink const& ink,
     std::vector<PassedPixel>& pixels) {
     View const& view = shape.frame.view;
-    std::vector<HPoint> points;
-    FlattenArc(shape.frame, shape.range, target.clip, 2, points);
     ThinPen pen(target, ink, pixels);
     pen.StartShape();
+    if (shape.IsLine()) {
+        HPoint const low = shape.frame.Corner(shape.frame.low);
+        DrawThinLine(pen, view.range, low, shape.frame.Corner(shape.frame.high));
+        return pen.Finish();
+    }
+    std::vector<HPoint> points;
+    FlattenArc(shape.frame, shape.range, target.clip, 2, points);
     bool const seen = DrawThinCurve(pen, view, points, shape.range.whole);
     if (!shape.range.whole) {
         HPoint const centre = shape.frame.Centre();
