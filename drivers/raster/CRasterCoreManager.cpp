@@ -61,7 +61,8 @@ VertexArray ArrayOf(T2F_V3F_t const* points, std::size_t count) {
 }
 
 /// How many threads a window draws with, 0 for one a processor.
-unsigned DrawThreads() {
+/// @param signature of the function on whose behalf a message is written
+unsigned DrawThreads(char const* signature) {
     std::string text;
     if (char const* const wanted = std::getenv("QUARN_DRAW_THREADS")) {
         text = wanted;
@@ -72,8 +73,7 @@ unsigned DrawThreads() {
     }
     unsigned threads = 0;
     if (!text.empty() && !kiv::ParseNumber(text, threads)) {
-        kiv::Diagnose(
-            "[WW]", BOOST_CURRENT_FUNCTION, "\"" + text + "\" is no number of drawing threads");
+        kiv::Diagnose("[WW]", signature, "\"" + text + "\" is no number of drawing threads");
     }
     return threads;
 }
@@ -90,7 +90,7 @@ struct CRasterCoreManager::TextPlace {
 CRasterCoreManager::CRasterCoreManager(
     ui::win::CreationParams const& params, boost::shared_ptr<support::RenderThread> thread)
     : CThreadedCoreManager(params, std::move(thread)) {
-    m_canvas.SetWorkers(Workers::Shared(DrawThreads()));
+    m_canvas.SetWorkers(Workers::Shared(DrawThreads(BOOST_CURRENT_FUNCTION)));
     auto const add = [this](unsigned type, Texture::Format format) {
         m_bind.Add(type, [this, format](CWindowCore*, SPImage const& image) {
             SetTexture(image, format);
