@@ -116,6 +116,22 @@ TEST_P(Driver, AdoptsTheLayersOfEveryRefresh) {
     });
 }
 
+TEST_P(Driver, TellsWhatAnImageStoresWhereItWasDrawn) {
+    auto const image = boost::make_shared<cimage::TImage<unsigned short>>(2, 1);
+    (*image)(1, 0) = 40000;
+    window.SetImageRange(0, 10);
+    window.DrawImage(10, 10, 20, 10, boost::shared_ptr<cimage::CImage const>(image));
+    window.Refresh(true);
+    bool const draws = GetParam() != std::string("None");
+    ImageCounts counts;
+    counts.channels = 9;
+    EXPECT_FALSE(window.GetImageCounts(35, 15, counts)) << "beside it";
+    EXPECT_EQ(counts.channels, 9U) << "left as it was";
+    EXPECT_EQ(window.GetImageCounts(25, 15, counts), draws);
+    EXPECT_EQ(counts.channels, draws ? 1U : 9U);
+    EXPECT_EQ(counts.values[0], draws ? 40000 : 0);
+}
+
 struct Logging : CWidget {
     Logging(std::string name, std::vector<std::string>& list, bool consume)
         : text(std::move(name)), log(list), consumes(consume) {}

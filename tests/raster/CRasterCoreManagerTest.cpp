@@ -2,6 +2,8 @@
 
 #include "drivers/support/RenderThread.h"
 #include "raster/CanvasHelpers.h"
+#include "support/CapturedOutput.h"
+#include "support/IniGuard.h"
 #include "support/TestParams.h"
 #include "ui/win/CWidget.h"
 #include "ui/win/Event.h"
@@ -12,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <stdexcept>
 #include <vector>
@@ -55,6 +58,39 @@ public:
         SetViewPort(ViewPortPixels, nullptr, {});
     }
 };
+
+TEST(RasterCoreManager, DrawsWithTheThreadsThatTheEnvironmentElseTheFileAsksFor) {
+    struct Case {
+        char const* environment; // null where not set
+        char const* key;
+        unsigned threads; // 0 stands for one a processor
+        char const* refused = "";
+    };
+    for (Case const& c :
+         {Case{nullptr, nullptr, 0},
+          Case{nullptr, "3", 3},
+          Case{"2", "3", 2},
+          Case{"", "3", 0},
+          Case{nullptr, "99", 64},
+          Case{nullptr, "many", 0, "many"},
+          Case{"-1", "3", 0, "-1"}}) {
+        IniGuard guard;
+        if (c.key != nullptr) {
+            guard.ini.Set("DRAW THREADS", c.key);
+        }
+        c.environment ? setenv("QUARN_DRAW_THREADS", c.environment, 1)
+                      : unsetenv("QUARN_DRAW_THREADS");
+        auto const wanted = drivers::raster::Workers::Shared(c.threads);
+        auto const owners = wanted.use_count();
+        CapturedOutput output;
+        Core const core;
+        EXPECT_EQ(wanted.use_count(), owners + 1) << c.threads;
+        std::string const said = "[WW] CRasterCoreManager: \"" + std::string(c.refused) +
+                                 "\" is no number of drawing threads\n";
+        EXPECT_EQ(output.Text().find(said) != std::string::npos, *c.refused != '\0') << said;
+    }
+    unsetenv("QUARN_DRAW_THREADS");
+}
 
 TEST(RasterCoreManager, CountsPrimitivesNotVertices) {
     P2 const plane[8] = {{1, 1}, {9, 1}, {9, 9}, {1, 9}, {21, 1}, {29, 1}, {29, 9}, {21, 9}};

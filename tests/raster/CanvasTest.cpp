@@ -62,6 +62,7 @@ void DrawAnything(Canvas& canvas, unsigned seed) {
     canvas.Ellipse(coordinate(), coordinate(), coordinate(), coordinate(), 1, coordinate(), false);
     canvas.Box(coordinate(), coordinate(), coordinate(), coordinate(), random.Coin());
     canvas.Lines(Vertices(coloured));
+    canvas.Lines(Vertices(plain));
     canvas.Polyline(Vertices(plain), random.Coin());
     canvas.Points(Vertices(textured));
     state.texture = {};
@@ -86,6 +87,7 @@ TEST(Canvas, ThePictureIsTheSameForAnyNumberOfThreads) {
         Canvas canvas = MakeCanvas(331, 317);
         canvas.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
         canvas.Points(Vertices(scattered));
+        canvas.SetWorthSharing(1);
         if (seed % 2 != 0) { // leaning away, with depths
             canvas.SetView(
                 Matrix({5, 0, 60, 90, 0, 5, 60, 90, 0.005, 0.007, 0, 1}), {3, 5, 330, 300});
@@ -411,6 +413,50 @@ TEST(Canvas, BoxesWithWholeCornersCoverExactlyTheirArea) {
     EXPECT_EQ(Map(canvas), "........\n.######.\n.#....#.\n.######.\n........\n");
 }
 
+TEST(Canvas, ShapesWithoutAreaAreNotFilledAndOutlinedAsWhatIsLeft) {
+    unsigned char const texel = 255;
+    Points2 const corners[] = {
+        {{5, 5}, {5, 5}, {5, 5}, {5, 5}},
+        {{5.5F, 5.5F}, {20.5F, 5.5F}, {20.5F, 5.5F}, {5.5F, 5.5F}},
+        {{5.5F, 5.5F}, {5.5F, 20.5F}, {5.5F, 9.5F}, {5.5F, 30.5F}},
+        {{5.5F, 5.5F}, {9.5F, 9.5F}, {30.5F, 30.5F}, {20.5F, 20.5F}}};
+    for (bool const smooth : {false, true}) {
+        Canvas canvas = MakeCanvas();
+        canvas.State().lineSmooth = smooth;
+        canvas.State().texture = {&texel, 1, 1, 1, Texture::Format::Grey8};
+        for (Points2 const& c : corners) {
+            std::vector<ColourVertex> coloured;
+            std::vector<TextureVertex> textured;
+            for (math::Point2<float> const& p : c) {
+                coloured.push_back({kWhite, p.x, p.y, 0});
+                textured.push_back({p.x, p.y, p.x, p.y, 0});
+            }
+            for (VertexArray v : {Vertices(c), Vertices(coloured), Vertices(textured)}) {
+                canvas.Quads(v);
+                v.count = 3;
+                canvas.Triangles(v);
+            }
+        }
+        canvas.Box(5, 5, 5, 40, true);
+        canvas.Box(5, 5, 40, 5, true);
+        canvas.Ellipse(5.5, 5, 5.5, 40, 0, 7, true);
+        canvas.Ellipse(5, 5.5, 40, 5.5, 0, 7, true);
+        canvas.Ellipse(9, 9, 40, 40, 1, 1, true);
+        EXPECT_EQ(LitPixels(canvas), 0) << smooth;
+    }
+    for (bool const ellipse : {false, true}) {
+        Canvas canvas = MakeCanvas(8, 4);
+        auto const outline = [&](double x0, double y0, double x1, double y1) {
+            ellipse ? canvas.Ellipse(x0, y0, x1, y1, 0, 7, false)
+                    : canvas.Box(x0, y0, x1, y1, false);
+        };
+        outline(0, 3, 0, 3);
+        outline(2, 1, 6, 1);
+        outline(7, 3, 7, 0);
+        EXPECT_EQ(Map(canvas), ".......#\n..######\n.......#\n#......#\n") << ellipse;
+    }
+}
+
 TEST(Canvas, OutlinesOfBoxAndEllipseTouchTheSamePixels) {
     for (double const offset : {0.0, 0.3, 0.9}) {
         Canvas canvas = MakeCanvas(24, 24);
@@ -450,7 +496,11 @@ TEST(Canvas, SlicesSpanTheirAngles) {
           Case{-quarter, quarter, {true, false, false, true}},
           Case{2.6 * quarter, 0.4 * quarter, {true, true, true, false}}, // either order
           Case{4 * quarter + 0.1, 5 * quarter, {true, false, false, false}},
-          Case{0, 4 * quarter, {true, true, true, true}}}) {
+          Case{0, 4 * quarter, {true, true, true, true}},
+          Case{1e12, 1e30, {true, true, true, true}},
+          Case{1e308, -1e308, {true, true, true, true}},
+          Case{1e12 - std::fmod(1e12, 4 * quarter), 1e12 - 4, {true, false, false, false}},
+          Case{1e30, 1e30, {false, false, false, false}}}) {
         Canvas canvas = MakeCanvas();
         canvas.Ellipse(2, 2, 62, 62, c.start, c.end, true);
         std::array<bool, 4> const lit = {
@@ -727,7 +777,10 @@ TEST(Canvas, LinesAndPolygonsEndAtTheCamera) {
         picture.SetView(camera, {0, 0, 64, 64});
         picture.State().texture = {grey.data(), 6, 1, 6, Texture::Format::Grey8};
         picture.Quads(Vertices(order(std::vector<TextureVertex>{
-            {0, 0, -9.1F, 1, -5}, {1, 0, 8.9F, 1, -5}, {1, 1, 8.9F, 1, far}, {0, 1, -9.1F, 1, far}})));
+            {0, 0, -9.1F, 1, -5},
+            {1, 0, 8.9F, 1, -5},
+            {1, 1, 8.9F, 1, far},
+            {0, 1, -9.1F, 1, far}})));
         picture.Quads(Vertices(order(std::vector<ColourVertex>{
             {{0, 90, 9, 255}, -far, -1, -5},
             {{200, 90, 9, 255}, 3 * far, -1, -5},

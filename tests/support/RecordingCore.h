@@ -130,6 +130,10 @@ public:
     bool SetLineSmooth(bool smooth) override { return Log("SetLineSmooth", smooth); }
     bool SetLineWidth(float width) override { return Log("SetLineWidth", width); }
     bool SetPointSize(float size) override { return Log("SetPointSize", size); }
+    bool SetImageRange(ui::win::ImageRange const& r) override {
+        return Log("SetImageRange", r.kind, r.low, r.high);
+    }
+    bool SetColorMap(ui::win::ColorMap map) override { return Log("SetColorMap", map); }
     void RunExtension(char const* name) override { Log("RunExtension", name); }
     bool GetImage(cimage::CImage& image) override;
     void setLastDrawnImageMetadata(boost::property_tree::ptree const* metadata) override;

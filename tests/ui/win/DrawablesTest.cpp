@@ -91,10 +91,7 @@ Call const calls[] = {
      {"DrawText 1,2,0 '7%" + std::string(254, 'x') + "'"}},
     {[](CWindow& w) { return w.DrawShadowText(1, 2, "t"); },
      "ShadowText",
-     {"SetColor 0,0,0,127",
-      "DrawText 2,3,1 't'",
-      "SetColor 255,255,255,255",
-      "DrawText 1,2,0 't'"}},
+     {"SetColor 0,0,0,127", "DrawText 2,3,1 't'", "SetColor 9,8,7,6", "DrawText 1,2,0 't'"}},
     {[](CWindow& w) {
          return w.SetColor({1, 2, 3, 4});
      },
@@ -116,6 +113,10 @@ Call const calls[] = {
     {[](CWindow& w) { return w.Translate(1, 2, true); }, "CWidget", {"SetTranslation 1 2 1"}},
     {[](CWindow& w) { return w.EnableZBuffer(0.5, 9); }, "CWidget", {"EnableZBuffer 0.5 9"}},
     {[](CWindow& w) { return w.DisableZBuffer(); }, "CWidget", {"DisableZBuffer"}},
+    {[](CWindow& w) { return w.SetImageRange(20, 10.5); }, "CWidget", {"SetImageRange 1 20 10.5"}},
+    {[](CWindow& w) { return w.SetAutoImageRange(2); }, "CWidget", {"SetImageRange 2 2 99.5"}},
+    {[](CWindow& w) { return w.ResetImageRange(); }, "CWidget", {"SetImageRange 0 0 0"}},
+    {[](CWindow& w) { return w.SetColorMap(ColorMapJet); }, "CWidget", {"SetColorMap 3"}},
     {[](CWindow& w) { return w.SetTextAlign(AlignCentre, AlignBaseline); }, "CWidget", {}},
     {[](CWindow& w) { return w.SetTheme(Theme()); }, "CWidget", {}},
     {[](CWindow& w) { return w.SetRegionCallback(0, 0, 1, 1, EventPress, {}); },
@@ -135,6 +136,7 @@ TEST(Drawables, EveryCallPushesOneObjectThatReplaysIt) {
         for (bool const answer : {true, false}) {
             RecordingCore core;
             core.answer = answer;
+            core.colour = {9, 8, 7, 6};
             EXPECT_EQ(drawable.Draw(&core), call.name == std::string("ActiveRegion") ? 0 : 1);
             EXPECT_EQ(core.Take(), call.drawn) << call.name;
         }
@@ -195,13 +197,6 @@ TEST(Drawables, VertexArraysCopyOrAllocate) {
     EXPECT_TRUE(PolyLine<Point2f>(true).Vertices().empty());
     EXPECT_EQ(
         PolyLine<Point3f>(1, 2, 3, 4).Vertices(), (std::vector<Point3f>{{1, 2, 0}, {3, 4, 0}}));
-}
-
-TEST(Drawables, ShadowTextRestoresTheColour) {
-    RecordingCore core;
-    core.colour = {1, 2, 3, 4};
-    ShadowText(1, 2, 3, "t").Draw(&core);
-    EXPECT_EQ(core.colour, CWindowCore::Colour(1, 2, 3, 4));
 }
 
 TEST(Drawables, TextsThatCannotBeMadeAreNotDrawn) {
