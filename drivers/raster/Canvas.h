@@ -12,6 +12,7 @@
 #include "math/TMatrix.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -23,6 +24,14 @@ struct DepthRange;
 struct HPoint;
 struct Target;
 struct View;
+
+/// Where a point that is to be drawn lies.
+struct PlacedPoint {
+    int x;
+    int y;
+    float nearness;
+    std::uint32_t number; ///< of its vertex
+};
 } // namespace detail
 
 /// A picture in memory and the operations that draw into it.
@@ -206,7 +215,7 @@ private:
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
     detail::RowBands m_rowBands;                              // working storage
-    std::vector<detail::PlacedPoint> m_points;                // the same
+    detail::BandsOf<detail::PlacedPoint> m_pointBands;        // the same
     double m_worthSharing = 1 << 16;
     std::shared_ptr<Workers> m_workers; // null: no helping threads
 };

@@ -24,7 +24,7 @@ int PointSize(float size) {
 }
 
 constexpr std::size_t batchSize = 256;     // points that are transformed before they are drawn
-constexpr std::size_t roundSize = 1 << 17; // points that are placed before threads draw them
+constexpr std::size_t roundSize = 1 << 18; // points that are placed before threads draw them
 
 /// Finds the pixel of a vertex. @return whether it lies in the area
 template <class Reader>
@@ -41,15 +41,16 @@ bool Place(
     // Every comparison is false for what is not a number.
     bool const seen = (Reader::IsAffine || range.Has(p.w)) && x >= area.left && x < area.right &&
                       y >= area.top && y < area.bottom;
-    point = {FloorPixel(seen ? x : 0), FloorPixel(seen ? y : 0), static_cast<float>(near)};
+    point.x = FloorPixel(seen ? x : 0);
+    point.y = FloorPixel(seen ? y : 0);
+    point.nearness = static_cast<float>(near);
     return seen;
 }
 
 template <bool Blend>
 void PutSeen(Target const& target, int x, int y, float nearness, Colour colour) {
-    if (target.nearness == nullptr || IsSeen(*target.NearnessAt(x, y), nearness)) {
-        Put<Blend>(*target.At(x, y), colour);
-    }
+    bool const seen = target.nearness == nullptr || IsSeen(*target.NearnessAt(x, y), nearness);
+    PutIf<Blend>(seen, *target.At(x, y), colour);
 }
 
 template <bool Blend>
@@ -77,16 +78,20 @@ public:
     /// Calls use(draw) with what draws vertex i of a placed point: draw(target, point, i).
     template <class Use>
     void Select(Target const& target, Use const& use) const {
-        bool const plain = m_size == 1 && target.nearness == nullptr;
         auto const with = [&](auto blend) {
             constexpr bool isBlended = decltype(blend)::value;
-            if (plain) {
+            if (m_size > 1) {
                 use([this, target](PlacedPoint const& p, std::size_t i) {
-                    Put<isBlended>(*target.At(p.x, p.y), m_colourOf(i));
+                    Square<isBlended>(target, p.x, p.y, m_size, p.nearness, m_colourOf(i));
+                });
+            } else if (target.nearness != nullptr) {
+                use([this, target](PlacedPoint const& p, std::size_t i) {
+                    bool const seen = IsSeen(*target.NearnessAt(p.x, p.y), p.nearness);
+                    PutIf<isBlended>(seen, *target.At(p.x, p.y), m_colourOf(i));
                 });
             } else {
                 use([this, target](PlacedPoint const& p, std::size_t i) {
-                    Square<isBlended>(target, p.x, p.y, m_size, p.nearness, m_colourOf(i));
+                    Put<isBlended>(*target.At(p.x, p.y), m_colourOf(i));
                 });
             }
         };
@@ -119,17 +124,16 @@ void DrawInOrder(
     Pen const& pen) {
     math::Rect2<double> const area = VisibleArea(target.clip, pen.Size());
     PlacedPoint points[batchSize];
-    std::size_t vertex[batchSize];
     pen.Select(target, [&](auto const& draw) {
         for (std::size_t from = 0; from < count; from += batchSize) {
             std::size_t const to = std::min(count, from + batchSize);
             std::size_t seen = 0;
             for (std::size_t i = from; i < to; ++i) {
-                vertex[seen] = i;
+                points[seen].number = static_cast<std::uint32_t>(i - from);
                 seen += Place(reader, range, area, i, points[seen]) ? 1 : 0;
             }
             for (std::size_t k = 0; k < seen; ++k) {
-                draw(points[k], vertex[k]);
+                draw(points[k], from + points[k].number);
             }
         }
     });
@@ -144,23 +148,23 @@ void Canvas::PointsInBands(
     Target const whole = MakeTarget();
     math::Rect2<double> const area = VisibleArea(m_clip, pen.Size());
     auto const share = [&](int parts, auto const& work) { Share(parts, work); };
-    m_points.resize(std::max(m_points.size(), std::min(count, roundSize)));
     for (std::size_t first = 0; first < count; first += roundSize) {
         std::size_t const round = std::min(roundSize, count - first);
-        m_rowBands.Sort(share, m_clip, RowBands::FewRows, round, [&](std::size_t i) {
-            PlacedPoint point;
-            bool const seen = Place(reader, range, area, first + i, point);
-            m_points[i] = point;
-            int const top = point.y - pen.Size() / 2;
-            return seen ? m_rowBands.OfRows(top, top + pen.Size() - 1) : RowBands::Nowhere();
-        });
-        Share(m_rowBands.Count(), [&](int band) {
+        m_pointBands.Sort(
+            share, m_clip, m_pointBands.FewRows, round, [&](std::size_t i, PlacedPoint& point) {
+                bool const seen = Place(reader, range, area, first + i, point);
+                point.number = static_cast<std::uint32_t>(i);
+                int const top = point.y - pen.Size() / 2;
+                return seen ? m_pointBands.OfRows(top, top + pen.Size() - 1)
+                            : m_pointBands.Nowhere();
+            });
+        Share(m_pointBands.Count(), [&](int band) {
             Target part = whole;
-            part.clip = m_rowBands.Clip(band);
+            part.clip = m_pointBands.Clip(band);
             pen.Select(part, [&](auto const& draw) {
-                m_rowBands.ForParts(band, [&](std::uint32_t const* numbers, std::size_t points) {
-                    for (std::size_t k = 0; k < points; ++k) {
-                        draw(m_points[numbers[k]], first + numbers[k]);
+                m_pointBands.ForParts(band, [&](PlacedPoint const* points, std::size_t here) {
+                    for (std::size_t k = 0; k < here; ++k) {
+                        draw(points[k], first + points[k].number);
                     }
                 });
             });

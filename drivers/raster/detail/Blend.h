@@ -86,6 +86,25 @@ inline void Put(Colour& d, Colour s) {
     }
 }
 
+/// The same if the pixel is seen; without a branch where possible: that is hard to foretell.
+template <bool Blend>
+inline void PutIf(bool seen, Colour& d, Colour s) {
+    if constexpr (Blend) {
+        if (seen) {
+            BlendPixel(d, s, s.a);
+        }
+    } else {
+        // As FillRow: whole words become wide stores.
+        Colour const opaque = Opaque(s);
+        std::uint32_t word;
+        std::uint32_t old;
+        std::memcpy(&word, &opaque, sizeof word);
+        std::memcpy(&old, &d, sizeof old);
+        word = seen ? word : old;
+        std::memcpy(static_cast<void*>(&d), &word, sizeof word);
+    }
+}
+
 /// The current colour with the blend setting worked in: alpha is 255 unless pixels show through.
 struct Ink {
     Colour colour;

@@ -12,23 +12,18 @@
 
 namespace drivers::raster::detail {
 
-/// Where a point that is to be drawn lies.
-struct PlacedPoint {
-    int x;
-    int y;
-    float nearness;
-};
-
 /// Many things to draw in bands of rows that they reach into, in their order. Drawn band by band,
 /// they find the pixels and depths around them in the processor's cache.
-class RowBands {
+template <class Thing>
+class BandsOf {
 public:
     /// Rows of a band that, of a wide picture, fit into a processor's own cache with their depths.
     static constexpr int FewRows = 32;
 
-    /// @param rows    of a band
+    /// @param rows    of a band, rounded down to a power of two
     /// @param share   share(count, work) calls work(0) ... work(count - 1), on whatever threads
-    /// @param reachOf reachOf(i) answers the bands of thing i, as one of the functions below
+    /// @param reachOf reachOf(i, thing) sets thing i and answers its bands, as one of the functions
+    ///                below
     template <class Share, class ReachOf>
     void Sort(
         Share const& share,
@@ -37,7 +32,8 @@ public:
         std::size_t count,
         ReachOf const& reachOf) {
         m_clip = clip;
-        m_rows = rows;
+        for (m_shift = 0; 2 << m_shift <= rows; ++m_shift) {
+        }
         m_parts.resize((count + PartSize - 1) / PartSize);
         share(static_cast<int>(m_parts.size()), [&](int number) {
             std::size_t const from = static_cast<std::size_t>(number) * PartSize;
@@ -69,13 +65,14 @@ public:
                    : Nowhere();
     }
 
-    int Count() const { return (m_clip.Height() + m_rows - 1) / m_rows; }
+    int Count() const { return ((m_clip.Height() - 1) >> m_shift) + 1; }
     /// The part of the clip that a band is.
     math::Rect2<int> Clip(int band) const {
-        int const top = m_clip.top + band * m_rows;
-        return {m_clip.left, top, m_clip.right, std::min(top + m_rows, m_clip.bottom)};
+        int const top = m_clip.top + (band << m_shift);
+        int const bottom = m_clip.top + ((band + 1) << m_shift);
+        return {m_clip.left, top, m_clip.right, std::min(bottom, m_clip.bottom)};
     }
-    /// Calls use(numbers, count) with the numbers of a band's things, a part at a time.
+    /// Calls use(things, count) with the things of a band, a part at a time.
     template <class Use>
     void ForParts(int band, Use const& use) const {
         auto const place = static_cast<std::size_t>(band);
@@ -90,18 +87,20 @@ private:
 
     /// A number of things that one thread sorts.
     struct Part {
-        std::vector<Reach> reach;
+        std::vector<Thing> things;
+        std::vector<Reach> reach;          // of each of the things
         std::vector<std::uint32_t> starts; // of each band, in order; then the end
-        std::vector<std::uint32_t> order;
+        std::vector<Thing> order;
     };
 
     template <class ReachOf>
     void Sort(Part& part, std::size_t from, std::size_t to, ReachOf const& reachOf) const {
-        part.reach.clear();
+        part.things.resize(to - from);
+        part.reach.resize(to - from);
         part.starts.assign(static_cast<std::size_t>(Count()) + 1, 0);
-        for (std::size_t i = from; i < to; ++i) {
-            Reach const reach = reachOf(i);
-            part.reach.push_back(reach);
+        for (std::size_t i = 0; i < part.things.size(); ++i) {
+            Reach const reach = reachOf(from + i, part.things[i]);
+            part.reach[i] = reach;
             for (int band = reach.first; band <= reach.last; ++band) {
                 ++part.starts[static_cast<std::size_t>(band)];
             }
@@ -111,21 +110,25 @@ private:
             start = sum += start;
         }
         part.order.resize(sum);
-        for (std::size_t i = to; i-- > from;) {
-            Reach const reach = part.reach[i - from];
+        for (std::size_t i = part.things.size(); i-- > 0;) {
+            Reach const reach = part.reach[i];
             for (int band = reach.first; band <= reach.last; ++band) {
-                part.order[--part.starts[static_cast<std::size_t>(band)]] =
-                    static_cast<std::uint32_t>(i);
+                part.order[--part.starts[static_cast<std::size_t>(band)]] = part.things[i];
             }
         }
     }
 
-    std::int16_t OfRow(int y) const { return static_cast<std::int16_t>((y - m_clip.top) / m_rows); }
+    std::int16_t OfRow(int y) const {
+        return static_cast<std::int16_t>((y - m_clip.top) >> m_shift);
+    }
 
     math::Rect2<int> m_clip;
-    int m_rows = FewRows;
+    int m_shift = 0; // a band has 1 << m_shift rows
     std::vector<Part> m_parts;
 };
+
+/// Bands of things that are known by their numbers.
+using RowBands = BandsOf<std::uint32_t>;
 
 /// The bands of a shape of some vertices.
 template <class Reader>

@@ -39,15 +39,29 @@ NearnessAlong(int x, int count, double origin, double row, double perX, float* o
     }
 }
 
-RASTER_CLONES bool TakeOverAll(int count, float const* nearness, float* there) {
-    int hidden = 0;
+RASTER_CLONES int TakeOver(
+    int x,
+    int count,
+    double origin,
+    double row,
+    double perX,
+    float* __restrict there,
+    std::uint32_t* __restrict seen) {
+    float nearness[RunLength];
+    for (int k = 0; k < Whole(count); ++k) {
+        nearness[k] = static_cast<float>(row + (x + k + 0.5 - origin) * perX);
+    }
+    std::uint32_t visible = 0;
     for (int k = 0; k < count; ++k) {
-        hidden |= nearness[k] >= there[k] ? 0 : 1;
+        seen[k] = nearness[k] >= there[k] ? ~0U : 0;
+        visible -= seen[k];
     }
-    if (hidden == 0) {
-        std::memcpy(there, nearness, static_cast<std::size_t>(count) * sizeof *there);
+    if (visible != 0) {
+        for (int k = 0; k < count; ++k) {
+            there[k] = seen[k] != 0 ? nearness[k] : there[k];
+        }
     }
-    return hidden == 0;
+    return static_cast<int>(visible);
 }
 
 RASTER_CLONES void ValuesAlong(

@@ -2,6 +2,8 @@
 
 #include "drivers/raster/DrawState.h"
 
+#include <cstdint>
+
 namespace drivers::raster::detail {
 
 /// Pixels that are computed together.
@@ -20,8 +22,11 @@ struct Slope {
 /// Row values r at pixels x, x + 1, ...: r + (pixel's centre - origin) * perX.
 void NearnessAlong(int x, int count, double origin, double row, double perX, float* out);
 
-/// Whether every pixel is at least as near as what is there; if so, it is what is there now.
-bool TakeOverAll(int count, float const* nearness, float* there);
+/// The depth test of pixels that are as near as NearnessAlong() has it: takes over how near those
+/// are that are seen, and sets all bits of `seen` for them, none for others.
+/// @return how many are seen
+int TakeOver(
+    int x, int count, double origin, double row, double perX, float* there, std::uint32_t* seen);
 
 /// Some values along a row of pixels, as NearnessAlong(). With `scale`, the last of the rows is
 /// 1 / distance: its inverse goes to `scale`, and multiplies the values before it.

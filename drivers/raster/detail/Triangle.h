@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace drivers::raster::detail {
 
@@ -56,6 +57,10 @@ public:
     double NearnessOfRow(int y) const {
         static_assert(Perspective);
         return m_slopes[N].atOrigin + DY(y) * m_slopes[N].perY;
+    }
+    /// The depth test of pixels side by side; tells as detail::TakeOver() does what is seen.
+    int TakeOver(double row, int x, int count, float* there, std::uint32_t* seen) const {
+        return detail::TakeOver(x, count, m_x, row, m_slopes[N].perX, there, seen);
     }
     /// How near a pixel is, at its centre.
     float Nearness(double row, int x) const {
@@ -180,8 +185,8 @@ public:
     void Finish() {
         if (m_waiting.count > 0) {
             m_values.At(m_waiting, m_run);
-            PutColours(
-                m_waiting.count, false, [this](int k) -> Colour& { return *m_waiting.pixels[k]; });
+            auto const pixelAt = [this](int k) -> Colour& { return *m_waiting.pixels[k]; };
+            PutColours(m_waiting.count, false, pixelAt, [](int) { return true; });
             m_waiting.count = 0;
         }
     }
@@ -202,35 +207,37 @@ private:
     }
 
     void Many(int y, int x, int count) {
+        std::uint32_t seen[RunLength];
+        int visible = count;
         if constexpr (Depth) {
-            float* const there = m_target.NearnessAt(x, y);
-            float nearness[RunLength];
-            m_values.Nearness(m_nearRow, x, count, nearness);
-            if (!TakeOverAll(count, nearness, there)) {
-                Reserve(count);
-                for (int k = 0; k < count; ++k) {
-                    Wait(y, x + k, IsSeen(there[k], nearness[k]));
-                }
+            visible = m_values.TakeOver(m_nearRow, x, count, m_target.NearnessAt(x, y), seen);
+            if (visible == 0) {
                 return;
             }
         }
         m_values.Along(y, x, count, m_run);
         Colour* const pixels = m_target.At(x, y);
-        PutColours(count, true, [pixels](int k) -> Colour& { return pixels[k]; });
+        auto const pixelAt = [=](int k) -> Colour& { return pixels[k]; };
+        if (visible == count) {
+            PutColours(count, true, pixelAt, [](int) { return true; });
+        } else {
+            PutColours(count, true, pixelAt, [&](int k) { return seen[k] != 0; });
+        }
     }
 
     /// Draws a run. @param pixelAt pixelAt(k) is where its pixel k belongs
-    template <class PixelAt>
-    void PutColours(int count, bool inRow, PixelAt const& pixelAt) {
+    /// @param isSeen isSeen(k) tells whether pixel k is to be drawn
+    template <class PixelAt, class IsSeen>
+    void PutColours(int count, bool inRow, PixelAt const& pixelAt, IsSeen const& isSeen) {
         Colour colours[RunLength];
         m_shader.Colours(m_values, m_run, count, inRow, colours);
         if (m_shader.blend) {
             for (int k = 0; k < count; ++k) {
-                Put<true>(pixelAt(k), colours[k]);
+                PutIf<true>(isSeen(k), pixelAt(k), colours[k]);
             }
         } else {
             for (int k = 0; k < count; ++k) {
-                Put<false>(pixelAt(k), colours[k]);
+                PutIf<false>(isSeen(k), pixelAt(k), colours[k]);
             }
         }
     }
