@@ -199,6 +199,14 @@ void LoadCorners(
     shader.Load(vertices, batch);
 }
 
+/// Asks for the vertices of a shape before they are needed: those of sorted ones lie anywhere.
+inline void FetchShape(VertexArray const& vertices, std::size_t first, std::size_t corners) {
+    auto const* const from =
+        reinterpret_cast<unsigned char const*>(vertices.position) + first * vertices.strideBytes;
+    __builtin_prefetch(from);
+    __builtin_prefetch(from + corners * vertices.strideBytes - 1);
+}
+
 /// Calls draw(corner) with the first corner of each of some shapes, in order.
 /// @param numberOf the number of the first, second, ... of them among the vertices
 template <std::size_t Corners, class Shader, class Reader, class NumberOf, class Draw>
@@ -214,6 +222,10 @@ void ForShapes(
     Batch batch;
     for (std::size_t next = 0; next < count;) {
         for (batch.count = 0; batch.count < Batch::Most && next < count; ++next) {
+            constexpr std::size_t ahead = Batch::Most / Corners;
+            if (next + ahead < count) {
+                FetchShape(vertices, Corners * numberOf(next + ahead), Corners);
+            }
             std::size_t const first = Corners * numberOf(next);
             for (std::size_t i = first; i < first + Corners; ++i) {
                 batch.index[batch.count++] = i;
