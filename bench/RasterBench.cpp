@@ -266,8 +266,10 @@ std::vector<P2> const& SmallTriangles() {
     return corners;
 }
 
+template <bool Smooth>
 void Triangles(benchmark::State& state) {
     Canvas canvas = MakeCanvas();
+    canvas.State().lineSmooth = Smooth;
     for (auto _ : state) {
         canvas.Triangles(ArrayOf(SmallTriangles()));
     }
@@ -339,6 +341,7 @@ void PeerLines(benchmark::State& state) {
     }
 }
 
+template <int Kind>
 void PeerTriangles(benchmark::State& state) {
     cv::setNumThreads(1);
     cv::Mat picture(kHeight, kWidth, CV_8UC4);
@@ -349,7 +352,7 @@ void PeerTriangles(benchmark::State& state) {
             for (std::size_t k = 0; k < 3; ++k) {
                 p[k] = {int(corners[i + k].x), int(corners[i + k].y)};
             }
-            cv::fillConvexPoly(picture, p, 3, cv::Scalar::all(255));
+            cv::fillConvexPoly(picture, p, 3, cv::Scalar::all(255), Kind);
         }
     }
 }
@@ -653,8 +656,14 @@ void RegisterRasterFigures() {
         "100,000 triangles of 100 pixels",
         "a bare edge-function loop",
         1.3,
-        Triangles,
+        Triangles<false>,
         BareTriangles);
+    Compare(
+        "100,000 smooth triangles of 100 pixels",
+        "the same with hard edges",
+        2.5,
+        Triangles<true>,
+        Triangles<false>);
 #ifdef QUARN_BENCH_OPENCV
     Compare(
         "100,000 smooth lines of 20 pixels, width 1",
@@ -684,8 +693,14 @@ void RegisterRasterFigures() {
         "100,000 triangles of 100 pixels, peer",
         "OpenCV fillConvexPoly",
         0.5,
-        Triangles,
-        PeerTriangles);
+        Triangles<false>,
+        PeerTriangles<cv::LINE_8>);
+    Compare(
+        "100,000 smooth triangles of 100 pixels, peer",
+        "OpenCV fillConvexPoly",
+        0.5,
+        Triangles<true>,
+        PeerTriangles<cv::LINE_AA>);
 #endif
     Compare("300,000 small lit triangles in space", "a bare loop", 1.5, Lit, BareLit);
     Compare(

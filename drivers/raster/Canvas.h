@@ -56,14 +56,14 @@ struct PlacedPoint {
 ///   as long as the view keeps the axes.
 /// - With lineSmooth, lines and outlines are the exact rectangle of that width around the exact
 ///   line with butt ends, each pixel covered by the area inside: a line of no length is not seen.
-///   So are the edges of filled shapes, and of triangles and quads without texture, light and depth
-///   test: what those of one call cover of a pixel adds up, so that shared edges are not seen.
+///   So are the edges of filled shapes, triangles and quads (but not with the depth test: a share
+///   has no depth): those of one call add up in a pixel, so that shared edges are not seen.
 /// - Filled shapes cover the pixels whose centre is inside; a centre on an edge belongs to the
 ///   shape on its right, or below a horizontal edge. So a box with whole-numbered corners covers
 ///   exactly (x1 - x0) * (y1 - y0) pixels, and shapes that share an edge share no pixel.
 /// - Texture (0, 0) is the outer corner of the first texel, (1, 1) the far corner of the last, so
-/// an
-///   image drawn one to one is an exact copy. Outside, the edge texels go on.
+///   an image drawn one to one is an exact copy. Outside, the edge texels go on. Upright images
+///   without perspective keep hard edges.
 ///
 /// The picture is opaque. With blending off, colours are stored and their alpha is ignored; with
 /// blending on, each channel becomes (colour * a + old * (255 - a)) / 255, rounded to nearest. A
@@ -205,12 +205,16 @@ private:
     /// Calls work(0) ... work(count - 1), on all workers where there are any.
     template <class Work>
     void Share(int count, Work const& work);
+    /// Calls draw(band, scratch) for each of m_rowBands, shared on all workers or on this thread.
+    template <class Draw>
+    void ShareBands(bool shared, Draw const& draw);
     template <class Reader, class Pen>
     void PointsInBands(
         Reader const& reader, detail::DepthRange const& range, std::size_t count, Pen const& pen);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
     double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
-    bool DrawSmoothMesh(VertexArray const& vertices, std::size_t corners);
+    template <int Corners>
+    bool DrawSmoothMesh(VertexArray const& vertices);
     void FillShape(detail::View const& view, std::vector<detail::HPoint> const& outline);
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band

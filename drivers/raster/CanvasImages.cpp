@@ -116,6 +116,11 @@ void DrawRows(
 
 } // namespace
 
+bool IsUprightImage(Vertex<2> const* corners) {
+    Placing placing;
+    return Place({}, corners, placing);
+}
+
 math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const* corners) {
     Placing placing;
     return Place(clip, corners, placing) ? placing.area : math::Rect2<int>();

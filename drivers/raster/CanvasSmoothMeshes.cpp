@@ -1,13 +1,11 @@
 #include "drivers/raster/Canvas.h"
 #include "drivers/raster/detail/Bands.h"
 #include "drivers/raster/detail/MeshRows.h"
-#include "drivers/raster/detail/Polygon.h"
-#include "drivers/raster/detail/Triangle.h"
+#include "drivers/raster/detail/Shaders.h"
+#include "drivers/raster/detail/SmoothTriangle.h"
+#include "drivers/raster/detail/UprightImage.h"
 #include "drivers/raster/detail/View.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <limits>
 #include <type_traits>
 
 namespace drivers::raster {
@@ -16,214 +14,142 @@ using namespace detail;
 
 namespace {
 
-/// A corner with its colour: red, green, blue and alpha, 0 to 255.
-using Corner = Vertex<4>;
-
-/// The colours of a triangle at the centres of pixels. Beside it those of its corners are not
-/// exceeded, however thin it is.
-class CornerColours {
+/// Draws triangles of one colour into some rows.
+class EvenTriangles {
 public:
-    CornerColours(Corner const (&corners)[3], double area)
-        : m_values(corners[0], corners[1], corners[2], area) {
-        for (int c = 0; c < 4; ++c) {
-            for (Corner const& p : corners) {
-                m_least[c] = std::min(m_least[c], p.a[c] / p.w);
-                m_most[c] = std::max(m_most[c], p.a[c] / p.w);
-            }
-        }
+    EvenTriangles(Target const& part, FlatShader const& shader, MeshScratch& scratch)
+        : m_part(part), m_ink(shader.ink), m_rows(scratch.even) {
+        m_rows.Start(part.clip);
     }
-    void Along(int y, int x, int count, ColourRun& colours) const {
-        Run<4> run;
-        m_values.Along(y, x, count, run);
-        for (int c = 0; c < 4; ++c) {
-            for (int i = 0; i < count; ++i) {
-                double const value = run.values[c][i];
-                double const inside =
-                    !(value > m_least[c]) ? m_least[c] : std::min(value, m_most[c]);
-                colours.channels[c][i] = RoundChannel(inside);
-            }
-        }
-        for (int i = 0; i < count; ++i) {
-            colours.channels[3][i] /= 255;
-        }
+    template <bool>
+    void
+    Add(Vertex<0> const&,
+        Vertex<0> const&,
+        Vertex<0> const&,
+        Point const (&corners)[3],
+        double area) {
+        m_rows.Add(corners, area);
     }
+    void Finish() { m_rows.Finish(m_part, m_ink); }
 
 private:
-    Interpolation<4, true> m_values;
-    double m_least[4] = {255, 255, 255, 255};
-    double m_most[4] = {};
+    Target const& m_part;
+    Ink const& m_ink;
+    EvenRows& m_rows;
 };
 
-/// Draws triangles into the rows of a mesh.
-class SmoothTriangles {
+/// Draws triangles whose colours a shader tells.
+template <class Shader>
+class MixedTriangles {
 public:
-    /// @param even the colours where all are the same, else null
-    SmoothTriangles(
-        MeshRows& rows, PathFill& path, math::Rect2<int> const& area, ColourRun const* even)
-        : m_rows(rows), m_path(path), m_area(area), m_even(even) {
-        m_rows.Start(area);
-    }
+    using Corner = Vertex<Shader::Values>;
 
-    void Draw(Corner const (&corners)[3]) {
-        double const area = TwiceArea(corners[0], corners[1], corners[2]);
-        if (area == 0) {
-            return;
-        }
-        Point const points[3] = {
-            {corners[0].x, corners[0].y},
-            {corners[1].x, corners[1].y},
-            {corners[2].x, corners[2].y}};
-        m_path.Start(m_area);
-        m_path.AddConvex(points, 3);
-        if (m_even != nullptr) {
-            Add([this](int, int, int) -> ColourRun const& { return *m_even; });
-            return;
-        }
-        CornerColours const colours(corners, area);
-        ColourRun run;
-        Add([&](int y, int x, int count) -> ColourRun const& {
-            colours.Along(y, x, count, run);
-            return run;
-        });
+    MixedTriangles(Target const& part, Shader const& shader, MeshScratch& scratch)
+        : m_part(part), m_shader(shader), m_rows(scratch.mixed), m_shares(scratch.shares) {
+        m_rows.Start(part);
     }
+    template <bool Perspective>
+    void
+    Add(Corner const& a, Corner const& b, Corner const& c, Point const (&corners)[3], double area) {
+        m_shares.Find(m_part.clip, corners, area);
+        SmoothFill<Perspective, Shader>(m_rows, m_shader, a, b, c, area).Draw(m_shares);
+    }
+    void Finish() { m_rows.Finish(); }
 
 private:
-    template <class ColoursAt>
-    void Add(ColoursAt const& coloursAt) {
-        m_path.Shares([&](int y, int x, int count, int const* shares) {
-            for (int done = 0; done < count; done += RunLength) {
-                int const some = std::min(RunLength, count - done);
-                m_rows.Add(y, x + done, some, shares + done, coloursAt(y, x + done, some));
-            }
-        });
-    }
-
+    Target const& m_part;
+    Shader const& m_shader;
     MeshRows& m_rows;
-    PathFill& m_path;
-    math::Rect2<int> m_area;
-    ColourRun const* m_even;
+    TriangleShares& m_shares;
 };
 
-/// The triangles of a mesh, quads as two of them.
-template <class Reader>
-class MeshTriangles {
-public:
-    MeshTriangles(
-        Reader const& reader,
-        VertexArray const& vertices,
-        std::size_t corners,
-        DrawState const& state)
-        : m_reader(reader), m_vertices(vertices), m_quads(corners == 4), m_blend(state.blend),
-          m_colour(Ink(state).colour) {}
+template <class Shader>
+using SmoothTriangles =
+    std::conditional_t<Shader::Values == 0, EvenTriangles, MixedTriangles<Shader>>;
 
-    std::uint32_t Count() const {
-        std::size_t const corners = m_quads ? 4 : 3;
-        return static_cast<std::uint32_t>(m_vertices.count / corners * (corners - 2));
-    }
-    MeshReach ReachOf(std::uint32_t number) const {
-        double top = std::numeric_limits<double>::infinity();
-        double bottom = -top;
-        constexpr std::int16_t most = Canvas::MaxSize;
-        for (std::size_t k = 0; k < 3; ++k) {
-            HPoint const p = m_reader(Index(number, k));
-            double const y = p.y / p.w;
-            if (!(p.w >= NearDistance) || !IsFinite(y)) {
-                return {number, 0, most}; // may be cut to anything
-            }
-            top = std::min(top, y);
-            bottom = std::max(bottom, y);
-        }
-        auto const row = [](double y) {
-            return static_cast<std::int16_t>(std::clamp<double>(y, -1, most));
-        };
-        return {number, row(top), row(bottom)};
-    }
-    FewCorners<Corner> Load(std::uint32_t number) const {
-        Corner corners[3];
-        for (std::size_t k = 0; k < 3; ++k) {
-            std::size_t const index = Index(number, k);
-            HPoint const p = m_reader(index);
-            Colour c = m_colour;
-            if (m_vertices.colour != nullptr) {
-                c = VertexColour(m_vertices, index);
-                c = m_blend ? c : Opaque(c);
-            }
-            corners[k] = {p.x, p.y, p.w, {double(c.r), double(c.g), double(c.b), double(c.a)}};
-        }
-        return {corners[0], corners[1], corners[2]};
-    }
-
-private:
-    std::size_t Index(std::uint32_t number, std::size_t k) const {
-        if (!m_quads) {
-            return std::size_t{number} * 3 + k;
-        }
-        bool const second = number % 2 != 0;
-        return std::size_t{number} / 2 * 4 + (second && k > 0 ? k + 1 : k);
-    }
-
-    Reader const& m_reader;
-    VertexArray const& m_vertices;
-    bool m_quads;
-    bool m_blend;
-    Colour m_colour;
-};
+/// Whether all quads are images that stand upright.
+template <class Shader, class Reader>
+bool AreUpright(Shader const& shader, Reader const& reader, VertexArray const& vertices) {
+    bool upright = true;
+    ForShapes<4>(
+        shader,
+        reader,
+        vertices,
+        vertices.count / 4,
+        [](std::size_t i) { return i; },
+        [&](auto const* corner) { upright = upright && IsUprightImage(corner); });
+    return upright;
+}
 
 } // namespace
 
 /// Draws triangles or quads with smooth edges.
-/// @return false, with nothing drawn, where the state or the vertices ask for something else
-bool Canvas::DrawSmoothMesh(VertexArray const& vertices, std::size_t corners) {
-    bool const textured = vertices.texture != nullptr && !m_state.texture.Empty();
-    if (!m_state.lineSmooth || TestsDepth() || vertices.normal != nullptr || textured) {
+/// @return false, with nothing drawn, where they are to have hard ones
+template <int Corners>
+bool Canvas::DrawSmoothMesh(VertexArray const& vertices) {
+    if (!m_state.lineSmooth || TestsDepth()) {
         return false;
     }
     View const view = MakeView();
-    ColourRun even;
-    Colour const ink = Ink(m_state).colour;
-    std::fill_n(even.channels[0], RunLength, ink.r);
-    std::fill_n(even.channels[1], RunLength, ink.g);
-    std::fill_n(even.channels[2], RunLength, ink.b);
-    std::fill_n(even.channels[3], RunLength, static_cast<float>(ink.a) / 255);
-    auto const draw =
-        [&](Target const& target, MeshScratch& scratch, PathFill& path, auto triangles) {
-            math::Rect2<int> const& clip = target.clip;
-            scratch.reach.clear();
-            for (std::uint32_t i = 0; i < triangles.Count(); ++i) {
-                MeshReach const reach = triangles.ReachOf(i);
-                if (reach.Meets(clip.top, clip.bottom)) {
-                    scratch.reach.push_back(reach);
-                }
+    bool drawn = true;
+    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
+        using Shader = std::decay_t<decltype(shader)>;
+        using Corner = Vertex<Shader::Values>;
+        constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
+        constexpr bool images = affine && Shader::Values == 2 && Corners == 4;
+        if constexpr (images) {
+            if (AreUpright(shader, reader, vertices)) {
+                drawn = false;
+                return;
             }
-            for (int top = clip.top; top < clip.bottom; top += MeshRows::Most) {
-                int const bottom = std::min(top + MeshRows::Most, clip.bottom);
-                SmoothTriangles part(
-                    scratch.rows,
-                    path,
-                    {clip.left, top, clip.right, bottom},
-                    vertices.colour ? nullptr : &even);
-                for (MeshReach const& reach : scratch.reach) {
-                    if (reach.Meets(top, bottom)) {
-                        FewCorners<Corner> polygon = triangles.Load(reach.number);
-                        ProjectPolygon(polygon, view.range);
-                        for (std::size_t i = 2; i < polygon.size(); ++i) {
-                            part.Draw({polygon[0], polygon[i - 1], polygon[i]});
-                        }
+        }
+        bool const many = PixelsOf(vertices, Corners) >= m_worthSharing;
+        Target const whole = MakeTarget();
+        m_rowBands.Sort(
+            [&](int count, auto const& work) { Share(count, work); },
+            m_clip,
+            RowBands::FewRows,
+            vertices.count / Corners,
+            [&](std::size_t i) { return ReachOfShape(m_rowBands, reader, Corners * i, Corners); });
+        ShareBands(many, [&](int band, Scratch& scratch) {
+            Target part = whole;
+            part.clip = m_rowBands.Clip(band);
+            SmoothTriangles<Shader> triangles(part, shader, scratch.mesh);
+            auto const add = [&](Corner const& a, Corner const& b, Corner const& c) {
+                double const area = TwiceArea(a, b, c);
+                if (area != 0) {
+                    Point const corners[3] = {{a.x, a.y}, {b.x, b.y}, {c.x, c.y}};
+                    triangles.template Add<!affine>(a, b, c, corners, area);
+                }
+            };
+            auto const draw = [&](Corner const* corner) {
+                if constexpr (images) {
+                    if (IsUprightImage(corner)) {
+                        triangles.Finish();
+                        DrawUprightImage(part, m_state, corner, scratch.image);
+                        return;
                     }
                 }
-                scratch.rows.Finish(target);
-            }
-        };
-    InBands(PixelsOf(vertices, corners), [&](Target const& target, Scratch& scratch) {
-        WithReader(view, vertices, [&](auto const& reader) {
-            draw(
-                target,
-                scratch.mesh,
-                scratch.outline.path,
-                MeshTriangles<std::decay_t<decltype(reader)>>(reader, vertices, corners, m_state));
+                for (int i = 2; i < Corners; ++i) {
+                    ForProjected<affine>(view.range, corner[0], corner[i - 1], corner[i], add);
+                }
+            };
+            m_rowBands.ForParts(band, [&](std::uint32_t const* numbers, std::size_t count) {
+                ForShapes<Corners>(
+                    shader,
+                    reader,
+                    vertices,
+                    count,
+                    [=](std::size_t i) { return std::size_t{numbers[i]}; },
+                    draw);
+            });
+            triangles.Finish();
         });
     });
-    return true;
+    return drawn;
 }
+
+template bool Canvas::DrawSmoothMesh<3>(VertexArray const& vertices);
+template bool Canvas::DrawSmoothMesh<4>(VertexArray const& vertices);
 
 } // namespace drivers::raster

@@ -20,7 +20,7 @@ constexpr std::size_t worthBands = 4096; // triangles
 } // namespace
 
 void Canvas::Triangles(VertexArray const& vertices) {
-    if (m_clip.Empty() || DrawSmoothMesh(vertices, 3)) {
+    if (m_clip.Empty() || DrawSmoothMesh<3>(vertices)) {
         return;
     }
     View const view = MakeView();
@@ -66,7 +66,7 @@ void Canvas::Triangles(VertexArray const& vertices) {
 }
 
 void Canvas::Quads(VertexArray const& vertices) {
-    if (m_clip.Empty() || DrawSmoothMesh(vertices, 4)) {
+    if (m_clip.Empty() || DrawSmoothMesh<4>(vertices)) {
         return;
     }
     View const view = MakeView();

@@ -4,6 +4,7 @@
 #include "drivers/raster/detail/Blend.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace drivers::raster {
 
@@ -37,6 +38,22 @@ void Canvas::Share(int count, Work const& work) {
     for (int i = 0; i < count; ++i) {
         work(i);
     }
+}
+
+template <class Draw>
+void Canvas::ShareBands(bool shared, Draw const& draw) {
+    int const count = m_rowBands.Count();
+    int const threads = shared && m_workers ? static_cast<int>(m_workers->Threads()) : 1;
+    int const parts = std::min(threads, count);
+    if (m_scratch.size() < static_cast<std::size_t>(parts)) {
+        m_scratch.resize(static_cast<std::size_t>(parts));
+    }
+    std::atomic<int> next{0};
+    Share(parts, [&](int part) {
+        for (int band = next++; band < count; band = next++) {
+            draw(band, m_scratch[static_cast<std::size_t>(part)]);
+        }
+    });
 }
 
 } // namespace drivers::raster

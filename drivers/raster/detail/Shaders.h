@@ -93,13 +93,13 @@ struct LitShader {
     }
 };
 
-double SquaredLength(double x, double y) {
+inline double SquaredLength(double x, double y) {
     return x * x + y * y;
 }
 
 /// Drawn at half size or less along either axis of the picture, as ImageAxis has it.
 /// @param slack 0, or the part by which less counts too
-bool IsReduced(Footprint const& footprint, double slack = 0) {
+inline bool IsReduced(Footprint const& footprint, double slack = 0) {
     double const least = 4 - 4 * slack;
     return SquaredLength(footprint.acrossX, footprint.acrossY) >= least ||
            SquaredLength(footprint.downX, footprint.downY) >= least;

@@ -51,6 +51,8 @@ public:
         }
     }
 
+    double OriginX() const { return m_x; }
+    double OriginY() const { return m_y; }
     double DX(int x) const { return x + 0.5 - m_x; }
     double DY(int y) const { return y + 0.5 - m_y; }
     /// How near the pixels of a row are, but for what grows along it.
@@ -302,16 +304,44 @@ void FillTriangle(
     }
 }
 
+/// Takes a triangle from homogeneous pixel coordinates to pixels within the guard band, and calls
+/// use(a, b, c) with the triangles that this makes of it.
+template <bool Affine, int N, class Use>
+void ForProjected(
+    DepthRange const& range,
+    Vertex<N> const& a,
+    Vertex<N> const& b,
+    Vertex<N> const& c,
+    Use const& use) {
+    // Every comparison is false for what is not a number.
+    if (Affine || (range.Has(a.w) && range.Has(b.w) && range.Has(c.w))) {
+        Vertex<N> p[3] = {a, b, c};
+        if constexpr (!Affine) {
+            std::for_each(p, p + 3, Project<N>);
+        }
+        if (InGuard(p[0].x, p[0].y) && InGuard(p[1].x, p[1].y) && InGuard(p[2].x, p[2].y)) {
+            use(p[0], p[1], p[2]);
+            return;
+        }
+    }
+    FewCorners<Vertex<N>> polygon(a, b, c);
+    ProjectPolygon(polygon, range);
+    for (std::size_t i = 2; i < polygon.size(); ++i) {
+        use(polygon[0], polygon[i - 1], polygon[i]);
+    }
+}
+
 /// Fills one triangle given in homogeneous pixel coordinates.
 template <bool Affine, class Shader>
 void DrawTriangle(
     Target const& target,
     Shader const& shader,
     DepthRange const& range,
-    Vertex<Shader::Values> a,
-    Vertex<Shader::Values> b,
-    Vertex<Shader::Values> c) {
-    auto const fill = [&](auto const& p, auto const& q, auto const& r) {
+    Vertex<Shader::Values> const& a,
+    Vertex<Shader::Values> const& b,
+    Vertex<Shader::Values> const& c) {
+    using Corner = Vertex<Shader::Values>;
+    ForProjected<Affine>(range, a, b, c, [&](Corner const& p, Corner const& q, Corner const& r) {
         if constexpr (Affine) {
             FillTriangle<false, false>(target, shader, p, q, r);
         } else if (target.nearness != nullptr) {
@@ -319,23 +349,7 @@ void DrawTriangle(
         } else {
             FillTriangle<true, false>(target, shader, p, q, r);
         }
-    };
-    // Every comparison is false for what is not a number.
-    if (Affine || (range.Has(a.w) && range.Has(b.w) && range.Has(c.w))) {
-        Vertex<Shader::Values> p[3] = {a, b, c};
-        if constexpr (!Affine) {
-            std::for_each(p, p + 3, Project<Shader::Values>);
-        }
-        if (InGuard(p[0].x, p[0].y) && InGuard(p[1].x, p[1].y) && InGuard(p[2].x, p[2].y)) {
-            fill(p[0], p[1], p[2]);
-            return;
-        }
-    }
-    FewCorners<Vertex<Shader::Values>> polygon(a, b, c);
-    ProjectPolygon(polygon, range);
-    for (std::size_t i = 2; i < polygon.size(); ++i) {
-        fill(polygon[0], polygon[i - 1], polygon[i]);
-    }
+    });
 }
 
 } // namespace drivers::raster::detail

@@ -16,6 +16,9 @@ struct ImageScratch {
     std::vector<Colour> row;
 };
 
+/// Whether DrawUprightImage() draws a quad.
+bool IsUprightImage(Vertex<2> const* corners);
+
 /// The pixels that DrawUprightImage() would draw; empty also when the quad is not of that kind.
 math::Rect2<int> UprightArea(math::Rect2<int> const& clip, Vertex<2> const* corners);
 
