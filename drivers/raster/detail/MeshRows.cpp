@@ -146,11 +146,15 @@ void MeshRows::Touch(int x, int y) {
 }
 
 void MeshRows::Add(int x, int y, int share, Colour colour) {
+    std::size_t const at = At(x, y);
     if (share == kWhole) {
-        return AddWhole(x, y, &colour, 1);
+        Colour& pixel = *m_part.At(x, y);
+        if (m_shares[at] != 0) {
+            Settle(at, pixel);
+        }
+        return BlendPixel(pixel, colour, colour.a);
     }
     Touch(x, y);
-    std::size_t const at = At(x, y);
     constexpr float unit = 1.0F / kWhole;
     // Both are whole numbers of units, so their sum is exact.
     float const part = static_cast<float>(share) * unit;

@@ -4,22 +4,32 @@
 
 namespace drivers::raster::detail {
 
+namespace {
+
+constexpr int kWorthSpan = 16; // pixels; fewer are sooner drawn with those of other rows
+
+} // namespace
+
 /// Finds the point of a triangle that is nearest to another one.
 class TriangleShares::Nearest {
 public:
     /// @param area TwiceArea() of the corners
-    Nearest(Point const (&corners)[3], double area)
-        : m_corners(corners), m_turn(area < 0 ? -1 : 1) {}
+    Nearest(Point const (&corners)[3], double area) : m_turn(area < 0 ? -1 : 1) {
+        for (int i = 0; i < 3; ++i) {
+            Point const side = corners[i < 2 ? i + 1 : 0] - corners[i];
+            m_sides[i] = {corners[i], side, 1 / (side.x * side.x + side.y * side.y)};
+        }
+    }
 
     Point To(Point const& p) const {
         Point nearest = p;
         double least = std::numeric_limits<double>::infinity();
-        for (int i = 0; i < 3; ++i) {
-            Point const& from = m_corners[i];
-            Point const side = m_corners[i < 2 ? i + 1 : 0] - from;
-            Point const way = p - from;
-            if (m_turn * (side.x * way.y - side.y * way.x) < 0) {
-                Point const q = from + side * Along(side, way);
+        for (Side const& side : m_sides) {
+            Point const way = p - side.from;
+            if (m_turn * (side.along.x * way.y - side.along.y * way.x) < 0) {
+                double const part = (side.along.x * way.x + side.along.y * way.y) * side.scale;
+                // A side without a length is passed at its beginning.
+                Point const q = side.from + side.along * (part > 0 ? std::min(part, 1.0) : 0);
                 Point const off = q - p;
                 double const distance = off.x * off.x + off.y * off.y;
                 if (distance < least) {
@@ -32,14 +42,13 @@ public:
     }
 
 private:
-    /// The part of a side, 0 to 1, after which it passes a point.
-    static double Along(Point const& side, Point const& way) {
-        double const along = side.x * way.x + side.y * way.y;
-        double const whole = side.x * side.x + side.y * side.y;
-        return !(along > 0) ? 0 : along >= whole ? 1 : along / whole;
-    }
+    struct Side {
+        Point from;
+        Point along;
+        double scale; ///< 1 / its squared length
+    };
 
-    Point const (&m_corners)[3];
+    Side m_sides[3];
     double m_turn;
 };
 
@@ -78,8 +87,10 @@ void TriangleShares::FindIn(int y, ShareEdge const (&edges)[3], Nearest const& n
             sum += row.At(x);
             row.At(x) = 0;
             if (sum > 0) {
-                Point const at = nearest.To({x + 0.5, y + 0.5});
-                m_rim.push_back({x, y, std::min(sum, PathFill::Whole), at});
+                Point const centre{x + 0.5, y + 0.5};
+                bool const whole = sum >= PathFill::Whole;
+                m_rim.push_back(
+                    {x, y, whole ? PathFill::Whole : sum, whole ? centre : nearest.To(centre)});
             }
         }
     };
@@ -89,7 +100,7 @@ void TriangleShares::FindIn(int y, ShareEdge const (&edges)[3], Nearest const& n
     if (from < right.first) {
         sum += row.At(from);
         row.At(from) = 0;
-        if (sum == PathFill::Whole) {
+        if (sum == PathFill::Whole && right.first - from >= kWorthSpan) {
             m_inside.push_back({y, from, right.first});
         } else {
             addRim(from, right.first);
