@@ -321,6 +321,9 @@ TEST(Canvas, NumbersThatAreNoneDrawNothingAndHarmNothing) {
         canvas.Quads(Vertices(
             std::vector<TextureVertex>{{bad, 0, 1, 1, 0}, {1, 0, 9, 1, 0}, {1, bad, 9, 9, 0}}));
         EXPECT_EQ(canvas.Read(9, 9), kWhite) << bad;
+        canvas.SetView(Matrix({9, 0, 9, 9, 0, 9, 9, 9, 0, 0, 1, 0}), {0, 0, 64, 64});
+        canvas.Quads(Vertices(std::vector<TextureVertex>{
+            {bad, 0, -9, -9, -1}, {1, bad, 9, -9, -1}, {1, 1, 9, 9, 5}, {0, 1, -9, 9, 5}}));
     }
 }
 

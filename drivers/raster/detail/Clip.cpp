@@ -41,16 +41,15 @@ void MoveToEdge(Segment const& whole, int code, Point& end, double& t, double& n
 } // namespace
 
 double YOnLine(Point const& a, Point const& b, double at) {
-    constexpr double large = 1e150; // products of two are finite
-    constexpr double scale = 0x1p-530;
-    if (std::max({std::abs(a.x), std::abs(a.y), std::abs(b.x), std::abs(b.y)}) > large) {
-        return YOnLine(a * scale, b * scale, at * scale) / scale;
-    }
-    Point const& p = a.x < b.x ? a : b;
-    Point const& q = a.x < b.x ? b : a;
+    // Products of two stay finite, whatever the size.
+    double const size = std::max({std::abs(a.x), std::abs(a.y), std::abs(b.x), std::abs(b.y)});
+    double const scale = size > 1e150 ? 0x1p-530 : 1;
+    Point const p = (a.x < b.x ? a : b) * scale;
+    Point const q = (a.x < b.x ? b : a) * scale;
     double const dx = q.x - p.x;
-    double const y = DifferenceOfProducts(p.y, q.x, p.x, q.y) / dx + at * ((q.y - p.y) / dx);
-    return std::clamp(y, std::min(p.y, q.y), std::max(p.y, q.y));
+    double const slope = (q.y - p.y) / dx;
+    double const y = DifferenceOfProducts(p.y, q.x, p.x, q.y) / dx + at * scale * slope;
+    return std::clamp(y, std::min(p.y, q.y), std::max(p.y, q.y)) / scale;
 }
 
 bool CutToGuard(Segment& segment) {
