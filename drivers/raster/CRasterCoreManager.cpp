@@ -60,6 +60,11 @@ VertexArray ArrayOf(T2F_V3F_t const* points, std::size_t count) {
     return array;
 }
 
+/// Equal, or both not a number: a range that is none is the same one when it is set again.
+bool IsSame(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
 /// How many threads a window draws with, 0 for one a processor.
 /// @param signature of the function on whose behalf a message is written
 unsigned DrawThreads(char const* signature) {
@@ -202,7 +207,7 @@ CRasterCoreManager::Converted* CRasterCoreManager::FindConverted(SPImage const& 
         Converted const& c = entry.second;
         bool const same = !c.source.owner_before(image) && !image.owner_before(c.source);
         return same && c.map == GetColorMap() && c.range.kind == range.kind &&
-               c.range.low == range.low && c.range.high == range.high;
+               IsSame(c.range.low, range.low) && IsSame(c.range.high, range.high);
     });
     return found != last ? &found->second : nullptr;
 }

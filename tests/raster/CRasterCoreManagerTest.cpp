@@ -13,6 +13,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -203,11 +204,16 @@ TEST(RasterCoreManager, ConvertsAnImageOnceAFrameAndKeepsNoneAfterwards) {
         core.BindImage(boost::make_shared<cimage::TImage<unsigned char>>(1, 1));
     }
     EXPECT_EQ(core.Picture().Read(0, 0).r, 0x10);
+    core.SetImageRange({ImageRange::Counts, std::nan(""), 1});
+    core.DrawImage(P2(0, 0), P2(2, 2), image);
+    (*deep)(0, 0) = 0x3000;
+    core.DrawImage(P2(0, 0), P2(2, 2), image);
+    EXPECT_EQ(core.Picture().Read(0, 0).r, 0x20) << "a range that is none is the same again";
     core.FinishFrame();
     EXPECT_EQ(deep.use_count(), 2) << "this test's two references";
     core.StartInPixels();
     core.DrawImage(P2(0, 0), P2(2, 2), image);
-    EXPECT_EQ(core.Picture().Read(0, 0).r, 0x20);
+    EXPECT_EQ(core.Picture().Read(0, 0).r, 0x30);
 }
 
 TEST(RasterCoreManager, InterpolatesImagesBetweenTheTwoExtensions) {
