@@ -197,7 +197,7 @@ void SpreadChannels(Texture::Format format, Colour* row, std::size_t count) {
 
 bool ImageAxis::IsReduced() const {
     double const scale = std::abs(Scale());
-    return scale >= 2 && std::isfinite(scale);
+    return scale >= ReducedFrom && std::isfinite(scale);
 }
 
 TexelPair ImageAxis::PairAt(int pixel, int size, bool linear) const {

@@ -100,7 +100,7 @@ inline double SquaredLength(double x, double y) {
 /// Drawn at half size or less along either axis of the picture, as ImageAxis has it.
 /// @param slack 0, or the part by which less counts too
 inline bool IsReduced(Footprint const& footprint, double slack = 0) {
-    double const least = 4 - 4 * slack;
+    double const least = ReducedFrom * ReducedFrom * (1 - slack);
     return SquaredLength(footprint.acrossX, footprint.acrossY) >= least ||
            SquaredLength(footprint.downX, footprint.downY) >= least;
 }
@@ -110,8 +110,7 @@ template <class Sampler>
 Colour MeanTexel(Sampler const& sampler, double u, double v, Footprint const& footprint) {
     auto const steps = [](double x, double y) {
         constexpr double most = 16;
-        // The nearest smaller float: lengths that should be whole numbers are not quite.
-        double const length = std::sqrt(SquaredLength(x, y)) * (1 - 1e-7);
+        double const length = std::sqrt(SquaredLength(x, y)) * (1 - SizeSlack);
         return length < most ? static_cast<int>(length) + 1 : static_cast<int>(most);
     };
     int const columns = steps(footprint.acrossX, footprint.acrossY);

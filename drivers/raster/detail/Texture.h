@@ -48,6 +48,14 @@ void WithTexel(Texture const& texture, Draw&& draw) {
     }
 }
 
+/// The part by which sizes in texels a pixel may miss a whole number and still count as it. Corners
+/// are floats: those of a small image far from zero are a few parts in 100,000 off, ever other ones
+/// as the view moves. The picture must not change its way of sampling with them.
+constexpr double SizeSlack = 1e-4;
+
+/// From so many texels a pixel on, an image is drawn at half size or less.
+constexpr double ReducedFrom = 2 * (1 - SizeSlack);
+
 /// Where a coordinate falls along one side of a texture that goes on beyond its edges.
 struct TexelPair {
     int first;
