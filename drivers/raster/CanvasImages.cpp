@@ -83,8 +83,7 @@ void DrawRows(
     ImageScratch& scratch) {
     std::size_t const count = image.Count();
     bool const asTheyAre = LeavesTexelsAsTheyAre(state);
-    bool const hasAlpha = state.texture.format == Texture::Format::RGBA8 ||
-                          state.texture.format == Texture::Format::BGRA8;
+    bool const hasAlpha = HasAlpha(state.texture.format);
     scratch.row.resize(std::max(scratch.row.size(), count));
     ImageRows::Begin(scratch.rows);
     for (int y = top; y < bottom; ++y) {

@@ -17,6 +17,10 @@ namespace {
 constexpr std::uint32_t kWhole = 65536; // weights of means add up to it
 constexpr std::size_t kChannels = sizeof(Colour);
 
+/// The channels of a texel, as a vector unit has them.
+using Bytes = unsigned char __attribute__((vector_size(4)));
+using Sums = std::uint32_t __attribute__((vector_size(16)));
+
 unsigned char* BytesOf(Colour* colours) {
     return reinterpret_cast<unsigned char*>(colours);
 }
@@ -51,11 +55,11 @@ RASTER_CLONES void BlendColumns(
     std::uint16_t const* __restrict weights,
     std::size_t count,
     std::uint16_t* __restrict out) {
-    using Bytes = unsigned char __attribute__((vector_size(8)));
+    using TwoTexels = unsigned char __attribute__((vector_size(8)));
     using Words = std::uint16_t __attribute__((vector_size(16)));
     using HalfWords = std::uint16_t __attribute__((vector_size(8)));
     for (std::size_t i = 0; i < count; ++i) {
-        Bytes two;
+        TwoTexels two;
         std::memcpy(&two, texels + columns[i] * kChannels, sizeof two);
         std::uint16_t const b = weights[i];
         auto const a = static_cast<std::uint16_t>(256 - b);
@@ -64,6 +68,16 @@ RASTER_CLONES void BlendColumns(
                               __builtin_shufflevector(weighted, weighted, 4, 5, 6, 7);
         std::memcpy(out + i * kChannels, &sum, sizeof sum);
     }
+}
+
+/// The alpha of all the texels, or -1 where it varies.
+RASTER_CLONES int EvenAlpha(Colour const* texels, std::size_t count) {
+    unsigned char const first = texels[0].a;
+    unsigned differs = 0;
+    for (std::size_t i = 1; i < count; ++i) {
+        differs |= static_cast<unsigned>(texels[i].a ^ first);
+    }
+    return differs == 0 ? first : -1;
 }
 
 #ifdef __SSE2__
@@ -154,8 +168,6 @@ RASTER_CLONES void MeanColumns(
     std::uint32_t const* __restrict weights,
     std::size_t count,
     unsigned char* __restrict out) {
-    using Sums = std::uint32_t __attribute__((vector_size(16)));
-    using Bytes = unsigned char __attribute__((vector_size(4)));
     for (std::size_t i = 0; i < count; ++i) {
         TexelRun const run = runs[i];
         std::uint32_t const* from = sums + static_cast<std::size_t>(run.first) * channels;
@@ -169,6 +181,48 @@ RASTER_CLONES void MeanColumns(
         }
         Bytes const mean = __builtin_convertvector(total >> 24, Bytes);
         std::memcpy(out + i * kChannels, &mean, sizeof mean);
+    }
+}
+
+/// Some rows of texels and their weights.
+struct WeightedRows {
+    unsigned char const* first;
+    std::size_t stride;
+    std::uint32_t const* weights;
+    std::size_t count;
+};
+
+/// Where a mean of texels is neither opaque nor invisible, lets each of them count by its alpha.
+RASTER_CLONES void MeanByAlpha(
+    WeightedRows const& rows,
+    TexelRun const* __restrict runs,
+    std::uint32_t const* __restrict weights,
+    std::size_t count,
+    unsigned char* __restrict out) {
+    for (std::size_t i = 0; i < count; ++i, out += kChannels) {
+        if (out[3] == 0 || out[3] == 255) {
+            continue;
+        }
+        TexelRun const run = runs[i];
+        std::uint32_t const* const weight = weights + run.weights;
+        Sums totals = {}; // of channels times alpha; of 255 times alpha in the last place
+        for (std::size_t row = 0; row < rows.count; ++row) {
+            unsigned char const* from =
+                rows.first + row * rows.stride + static_cast<std::size_t>(run.first) * kChannels;
+            Sums along = {};
+            for (std::size_t k = 0; k < run.count; ++k, from += kChannels) {
+                Bytes texel;
+                std::memcpy(&texel, from, sizeof texel);
+                Sums const channels = __builtin_convertvector(texel, Sums);
+                std::uint32_t const alpha = channels[3];
+                along += channels * Sums{alpha, alpha, alpha, 255} * weight[k];
+            }
+            totals += ((along + kWhole / 2) >> 16) * rows.weights[row];
+        }
+        std::uint32_t const whole = std::max(totals[3] / 255, 1U);
+        for (int c = 0; c < 3; ++c) {
+            out[c] = static_cast<unsigned char>(std::min((totals[c] + whole / 2) / whole, 255U));
+        }
     }
 }
 
@@ -251,9 +305,7 @@ void ImageRows::Prepare(
     m_texture = texture;
     unsigned const type = PixelType(texture.format);
     m_convert = cimage::FindRowConverter(type, cimage::PixelTypeNumber<Colour>::value);
-    m_texelBytes = texture.format == Texture::Format::Grey8  ? 1
-                   : texture.format == Texture::Format::RGB8 ? 3
-                                                             : 4;
+    m_texelBytes = BytesOfTexel(texture.format);
     m_linear = linear;
     m_across = across;
     m_down = down;
@@ -313,24 +365,49 @@ void ImageRows::ReadTexels(int row, Colour* out) const {
 }
 
 /// A row of texels blended along the row, made unless it is at hand; `keep` is still needed.
-std::uint16_t const* ImageRows::Wide(int row, int keep, Scratch& scratch) const {
-    for (int i = 0; i < 2; ++i) {
-        if (scratch.wideRow[i] == row) {
-            return scratch.wide[i].data();
+ImageRows::Scratch::WideRow& ImageRows::Wide(int row, int keep, Scratch& scratch) const {
+    for (Scratch::WideRow& wide : scratch.wide) {
+        if (wide.row == row) {
+            return wide;
         }
     }
-    int const place = scratch.wideRow[0] == keep ? 1 : 0;
-    scratch.texels.resize(static_cast<std::size_t>(m_texelCount) + 1);
-    scratch.wide[place].resize(m_count * kChannels);
-    ReadTexels(row, scratch.texels.data());
+    Scratch::WideRow& wide = scratch.wide[scratch.wide[0].row == keep ? 1 : 0];
+    wide.texels.resize(static_cast<std::size_t>(m_texelCount) + 1);
+    wide.channels.resize(m_count * kChannels);
+    ReadTexels(row, wide.texels.data());
     BlendColumns(
-        BytesOf(scratch.texels.data()),
+        BytesOf(wide.texels.data()),
         m_columns.data(),
         m_columnWeights.data(),
         m_count,
-        scratch.wide[place].data());
-    scratch.wideRow[place] = row;
-    return scratch.wide[place].data();
+        wide.channels.data());
+    wide.row = row;
+    wide.alpha = HasAlpha(m_texture.format)
+                     ? EvenAlpha(wide.texels.data(), static_cast<std::size_t>(m_texelCount))
+                     : 255;
+    return wide;
+}
+
+void ImageRows::MakeBlended(TexelPair const& rows, Colour* out, Scratch& scratch) const {
+    Scratch::WideRow const& upper = Wide(rows.first, rows.second, scratch);
+    Scratch::WideRow const& lower =
+        rows.weight == 0 ? upper : Wide(rows.second, rows.first, scratch);
+    BlendRows(
+        upper.channels.data(),
+        lower.channels.data(),
+        rows.weight,
+        m_count * kChannels,
+        BytesOf(out));
+    if (upper.alpha >= 0 && upper.alpha == lower.alpha) {
+        return;
+    }
+    for (std::size_t i = 0; i < m_count; ++i) {
+        if (out[i].a != 0 && out[i].a != 255) {
+            Colour const* const a = upper.texels.data() + m_columns[i];
+            Colour const* const b = lower.texels.data() + m_columns[i];
+            out[i] = BilinearByAlpha(a[0], a[1], b[0], b[1], m_columnWeights[i], rows.weight);
+        }
+    }
 }
 
 void ImageRows::MakeMeans(int y, Colour* out, Scratch& scratch) const {
@@ -357,6 +434,10 @@ void ImageRows::MakeMeans(int y, Colour* out, Scratch& scratch) const {
     }
     NarrowSums(values, sums);
     MeanColumns(sums, m_texelBytes, m_runs.data(), m_runWeights.data(), m_count, BytesOf(out));
+    if (HasAlpha(m_texture.format)) {
+        WeightedRows const rows{row(0), m_texture.stride, weights, run.count};
+        MeanByAlpha(rows, m_runs.data(), m_runWeights.data(), m_count, BytesOf(out));
+    }
     SpreadChannels(m_texture.format, out, m_count);
 }
 
@@ -366,10 +447,7 @@ void ImageRows::Make(int y, Colour* out, Scratch& scratch) const {
     }
     TexelPair const rows = RowsAt(y);
     if (m_blended || rows.weight != 0) {
-        std::uint16_t const* const upper = Wide(rows.first, rows.second, scratch);
-        std::uint16_t const* const lower =
-            rows.weight == 0 ? upper : Wide(rows.second, rows.first, scratch);
-        BlendRows(upper, lower, rows.weight, m_count * kChannels, BytesOf(out));
+        MakeBlended(rows, out, scratch);
     } else if (m_consecutive) {
         std::size_t const first = static_cast<std::size_t>(m_firstTexel) * m_texelBytes;
         m_convert(Row(rows.first) + first, out, static_cast<unsigned>(m_count));

@@ -36,9 +36,15 @@ class ImageRows {
 public:
     /// Working storage of one thread.
     struct Scratch {
+        /// A row of texels, and what it becomes along the row.
+        struct WideRow {
+            int row = -1;
+            int alpha = 0; ///< of all its texels, or below 0 where it varies
+            std::vector<Colour> texels;
+            std::vector<std::uint16_t> channels; ///< in 256ths of a count
+        };
+        WideRow wide[2];
         std::vector<Colour> texels;
-        std::vector<std::uint16_t> wide[2]; ///< rows between texels, in 256ths of a count
-        int wideRow[2] = {-1, -1};
         std::vector<std::uint32_t> sums;
         std::vector<std::uint32_t> weights;
     };
@@ -53,7 +59,7 @@ public:
         int right);
 
     /// Forgets what a scratch keeps of another image.
-    static void Begin(Scratch& scratch) { scratch.wideRow[0] = scratch.wideRow[1] = -1; }
+    static void Begin(Scratch& scratch) { scratch.wide[0].row = scratch.wide[1].row = -1; }
     /// Row y of the picture, pixels left to right.
     void Make(int y, Colour* out, Scratch& scratch) const;
     /// True when the row is known to be the same as the one above it.
@@ -67,9 +73,9 @@ private:
     unsigned char const* Row(int y) const {
         return m_texture.pixels + static_cast<std::size_t>(y) * m_texture.stride;
     }
-    std::size_t TexelBytes() const { return m_texelBytes; }
     void ReadTexels(int row, Colour* out) const;
-    std::uint16_t const* Wide(int row, int keep, Scratch& scratch) const;
+    Scratch::WideRow& Wide(int row, int keep, Scratch& scratch) const;
+    void MakeBlended(TexelPair const& rows, Colour* out, Scratch& scratch) const;
     void MakeMeans(int y, Colour* out, Scratch& scratch) const;
 
     Texture m_texture;

@@ -15,21 +15,25 @@ struct Texel;
 template <>
 struct Texel<Texture::Format::Grey8> {
     static constexpr int Bytes = 1;
+    static constexpr bool HasAlpha = false;
     static Colour Read(unsigned char const* p) { return {p[0], p[0], p[0], 255}; }
 };
 template <>
 struct Texel<Texture::Format::RGB8> {
     static constexpr int Bytes = 3;
+    static constexpr bool HasAlpha = false;
     static Colour Read(unsigned char const* p) { return {p[0], p[1], p[2], 255}; }
 };
 template <>
 struct Texel<Texture::Format::RGBA8> {
     static constexpr int Bytes = 4;
+    static constexpr bool HasAlpha = true;
     static Colour Read(unsigned char const* p) { return {p[0], p[1], p[2], p[3]}; }
 };
 template <>
 struct Texel<Texture::Format::BGRA8> {
     static constexpr int Bytes = 4;
+    static constexpr bool HasAlpha = true;
     static Colour Read(unsigned char const* p) { return {p[2], p[1], p[0], p[3]}; }
 };
 
@@ -46,6 +50,13 @@ void WithTexel(Texture const& texture, Draw&& draw) {
     case Texture::Format::BGRA8:
         return draw(Texel<Texture::Format::BGRA8>());
     }
+}
+
+inline std::size_t BytesOfTexel(Texture::Format format) {
+    return format == Texture::Format::Grey8 ? 1 : format == Texture::Format::RGB8 ? 3 : 4;
+}
+inline bool HasAlpha(Texture::Format format) {
+    return BytesOfTexel(format) == 4;
 }
 
 /// The part by which sizes in texels a pixel may miss a whole number and still count as it. Corners
@@ -98,6 +109,68 @@ inline Colour Bilinear(Colour a, Colour b, Colour c, Colour d, unsigned fu, unsi
         Bilinear(a.a, b.a, c.a, d.a, fu, fv)};
 }
 
+/// The same of colours with alpha: each counts by its own, so that what cannot be seen does not
+/// colour what is beside it.
+inline Colour BilinearByAlpha(Colour a, Colour b, Colour c, Colour d, unsigned fu, unsigned fv) {
+    unsigned const wa = (256 - fu) * (256 - fv) * a.a;
+    unsigned const wb = fu * (256 - fv) * b.a;
+    unsigned const wc = (256 - fu) * fv * c.a;
+    unsigned const wd = fu * fv * d.a;
+    unsigned const whole = wa + wb + wc + wd; // times 255 there is still room for a half of it
+    Colour mean = Bilinear(a, b, c, d, fu, fv);
+    if (whole != 0 && !(a.a == b.a && a.a == c.a && a.a == d.a)) {
+        auto const by = [=](unsigned p, unsigned q, unsigned r, unsigned s) {
+            unsigned const total = p * wa + q * wb + r * wc + s * wd;
+            return static_cast<unsigned char>((total + whole / 2) / whole);
+        };
+        mean.r = by(a.r, b.r, c.r, d.r);
+        mean.g = by(a.g, b.g, c.g, d.g);
+        mean.b = by(a.b, b.b, c.b, d.b);
+    }
+    return mean;
+}
+
+/// The mean of some colours, rounded to nearest; where they have alpha, each counts by its own.
+/// With no alpha at all it is the plain one.
+template <bool ByAlpha>
+class ColourMean {
+public:
+    void Add(Colour c) {
+        ++m_count;
+        m_plain[0] += c.r;
+        m_plain[1] += c.g;
+        m_plain[2] += c.b;
+        if constexpr (ByAlpha) {
+            unsigned const alpha = c.a;
+            m_alpha += alpha;
+            m_weighted[0] += c.r * alpha;
+            m_weighted[1] += c.g * alpha;
+            m_weighted[2] += c.b * alpha;
+        }
+    }
+    bool Empty() const { return m_count == 0; }
+    Colour Mean() const {
+        bool const weighs = ByAlpha && m_alpha != 0;
+        unsigned const* const from = weighs ? m_weighted : m_plain;
+        unsigned const whole = weighs ? m_alpha : m_count;
+        return {
+            Divide(from[0], whole),
+            Divide(from[1], whole),
+            Divide(from[2], whole),
+            ByAlpha ? Divide(m_alpha, m_count) : static_cast<unsigned char>(255)};
+    }
+
+private:
+    static unsigned char Divide(unsigned total, unsigned by) {
+        return static_cast<unsigned char>((total + by / 2) / by);
+    }
+
+    unsigned m_count = 0;
+    unsigned m_alpha = 0;
+    unsigned m_plain[3] = {};
+    unsigned m_weighted[3] = {};
+};
+
 /// Reads a texture of one format at (u, v) in texels.
 template <class T, bool Linear>
 class Sampler {
@@ -110,13 +183,12 @@ public:
         if constexpr (Linear) {
             TexelPair const x = LinearTexels(u, m_texture.width);
             TexelPair const y = LinearTexels(v, m_texture.height);
-            return Bilinear(
-                At(x.first, y.first),
-                At(x.second, y.first),
-                At(x.first, y.second),
-                At(x.second, y.second),
-                x.weight,
-                y.weight);
+            Colour const a = At(x.first, y.first);
+            Colour const b = At(x.second, y.first);
+            Colour const c = At(x.first, y.second);
+            Colour const d = At(x.second, y.second);
+            return T::HasAlpha ? BilinearByAlpha(a, b, c, d, x.weight, y.weight)
+                               : Bilinear(a, b, c, d, x.weight, y.weight);
         } else {
             return Nearest(u, v);
         }
