@@ -29,6 +29,7 @@ void Canvas::Clear(Colour colour) {
     m_clearing = true;
     m_clearColour = Opaque(colour);
     std::fill(m_nearness.begin(), m_nearness.end(), 0.0F);
+    m_levels.Forget();
 }
 
 /// Clears now if that is to be done, but for whole rows that are about to be written over.

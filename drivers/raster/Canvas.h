@@ -6,6 +6,7 @@
 #include "drivers/raster/detail/MeshRows.h"
 #include "drivers/raster/detail/OutlineScratch.h"
 #include "drivers/raster/detail/RowBands.h"
+#include "drivers/raster/detail/TextureLevels.h"
 #include "drivers/raster/detail/UprightImage.h"
 #include "math/Point2.h"
 #include "math/Rect2.h"
@@ -88,7 +89,8 @@ public:
     /// Makes the picture width x height opaque black pixels; either may be 0. Resets the view to
     /// pixels and the clip to the whole picture. Throws std::length_error above MaxSize.
     void Resize(int width, int height);
-    /// Fills the whole picture, whatever the clip, and forgets all depths; it stays opaque.
+    /// Fills the whole picture, whatever the clip, and forgets all depths; it stays opaque. From
+    /// here to the next time no pixel of a texture may change.
     void Clear(Colour colour);
     /// Forgets the depths in a rectangle: what is drawn there next is seen.
     void ClearDepth(math::Rect2<int> const& area);
@@ -220,6 +222,7 @@ private:
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
     detail::RowBands m_rowBands;                              // working storage
     detail::BandsOf<detail::PlacedPoint> m_pointBands;        // the same
+    detail::LevelsInUse m_levels;
     double m_worthSharing = 1 << 16;
     std::shared_ptr<Workers> m_workers; // null: no helping threads
 };

@@ -93,7 +93,7 @@ bool Canvas::DrawSmoothMesh(VertexArray const& vertices) {
     }
     View const view = MakeView();
     bool drawn = true;
-    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
+    WithShader(view, m_state, m_levels, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         using Corner = Vertex<Shader::Values>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;

@@ -24,7 +24,7 @@ void Canvas::Triangles(VertexArray const& vertices) {
         return;
     }
     View const view = MakeView();
-    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
+    WithShader(view, m_state, m_levels, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;
         std::size_t const triangles = vertices.count / 3;
@@ -70,7 +70,7 @@ void Canvas::Quads(VertexArray const& vertices) {
         return;
     }
     View const view = MakeView();
-    WithShader(view, m_state, vertices, [&](auto const& shader, auto const& reader) {
+    WithShader(view, m_state, m_levels, vertices, [&](auto const& shader, auto const& reader) {
         using Shader = std::decay_t<decltype(shader)>;
         using Corner = Vertex<Shader::Values>;
         constexpr bool affine = std::decay_t<decltype(reader)>::IsAffine;

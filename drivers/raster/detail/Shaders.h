@@ -3,12 +3,12 @@
 #include "drivers/raster/DrawState.h"
 #include "drivers/raster/detail/Blend.h"
 #include "drivers/raster/detail/Lighting.h"
+#include "drivers/raster/detail/TexelMean.h"
 #include "drivers/raster/detail/Texture.h"
 #include "drivers/raster/detail/Triangle.h"
 #include "drivers/raster/detail/View.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 
 namespace drivers::raster::detail {
@@ -93,49 +93,6 @@ struct LitShader {
     }
 };
 
-inline double SquaredLength(double x, double y) {
-    return x * x + y * y;
-}
-
-/// Drawn at half size or less along either axis of the picture, as ImageAxis has it.
-/// @param slack 0, or the part by which less counts too
-inline bool IsReduced(Footprint const& footprint, double slack = 0) {
-    double const least = ReducedFrom * ReducedFrom * (1 - slack);
-    return SquaredLength(footprint.acrossX, footprint.acrossY) >= least ||
-           SquaredLength(footprint.downX, footprint.downY) >= least;
-}
-
-/// The mean of the texels under a pixel, taken a texel apart; farther when there are very many.
-template <class Sampler>
-Colour MeanTexel(Sampler const& sampler, double u, double v, Footprint const& footprint) {
-    auto const steps = [](double x, double y) {
-        constexpr double most = 16;
-        double const length = std::sqrt(SquaredLength(x, y)) * (1 - SizeSlack);
-        return length < most ? static_cast<int>(length) + 1 : static_cast<int>(most);
-    };
-    int const columns = steps(footprint.acrossX, footprint.acrossY);
-    int const rows = steps(footprint.downX, footprint.downY);
-    unsigned sum[4] = {};
-    for (int row = 0; row < rows; ++row) {
-        double const down = (row + 0.5) / rows - 0.5;
-        for (int column = 0; column < columns; ++column) {
-            double const across = (column + 0.5) / columns - 0.5;
-            Colour const texel = sampler.Nearest(
-                u + across * footprint.acrossX + down * footprint.downX,
-                v + across * footprint.acrossY + down * footprint.downY);
-            sum[0] += texel.r;
-            sum[1] += texel.g;
-            sum[2] += texel.b;
-            sum[3] += texel.a;
-        }
-    }
-    unsigned const count = static_cast<unsigned>(columns * rows);
-    auto const mean = [count](unsigned total) {
-        return static_cast<unsigned char>((total + count / 2) / count);
-    };
-    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
-}
-
 /// Multiplies the texture by the current colour.
 template <class Sampler>
 struct TextureShader {
@@ -144,6 +101,7 @@ struct TextureShader {
     Sampler sampler;
     Colour colour;
     Texture const& texture;
+    TextureLevels& levels;
     bool plain = colour == Colour(255, 255, 255, 255); ///< which changes nothing
 
     void Load(VertexArray const& vertices, CornerBatch<2>& batch) const {
@@ -161,8 +119,9 @@ struct TextureShader {
         if (IsReduced(values.LargestFootprint(run, count, inRow), 1e-9)) {
             for (int k = 0; k < count; ++k) {
                 Footprint const footprint = values.FootprintAt(run, k);
-                out[k] = IsReduced(footprint) ? MeanTexel(sampler, u[k], v[k], footprint)
-                                              : sampler(u[k], v[k]);
+                out[k] = IsReduced(footprint)
+                             ? MeanTexel(sampler, texture, levels, {u[k], v[k]}, footprint)
+                             : sampler(u[k], v[k]);
             }
         } else if constexpr (Sampler::IsLinear) {
             for (int k = 0; k < count; ++k) {
@@ -240,7 +199,11 @@ void ForShapes(
 /// Calls draw(shader, reader) with what the vertices, the view and the state ask for.
 template <class Draw>
 void WithShader(
-    View const& view, DrawState const& state, VertexArray const& vertices, Draw&& draw) {
+    View const& view,
+    DrawState const& state,
+    LevelsInUse& inUse,
+    VertexArray const& vertices,
+    Draw&& draw) {
     auto const read = [&](auto const& shader) {
         WithReader(view, vertices, [&](auto const& reader) { draw(shader, reader); });
     };
@@ -254,7 +217,8 @@ void WithShader(
     } else if (vertices.texture && !state.texture.Empty()) {
         WithSampler(state, [&](auto sampler) {
             using S = decltype(sampler);
-            read(TextureShader<S>{state.blend, sampler, state.colour, state.texture});
+            read(TextureShader<S>{
+                state.blend, sampler, state.colour, state.texture, inUse.Of(state.texture)});
         });
     } else if (!vertices.colour) {
         read(FlatShader{Ink(state)});
