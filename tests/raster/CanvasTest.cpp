@@ -83,11 +83,22 @@ TEST(Canvas, ThePictureIsTheSameForAnyNumberOfThreads) {
     for (int i = 0; i < 70000; ++i) {
         scattered.emplace_back(float(i % 331), float(i % 317));
     }
+    Points2 fan; // of lines of every slope, across all bands
+    for (int i = 0; i < 300; ++i) {
+        double const angle = i * 0.021;
+        fan.emplace_back(165.3F, float(100 + i % 100));
+        fan.emplace_back(
+            float(165 + i % 240 * std::cos(angle)), float(158 + 190 * std::sin(angle)));
+    }
     auto const draw = [&](unsigned threads, unsigned seed) {
         Canvas canvas = MakeCanvas(331, 317);
         canvas.SetWorkers(std::make_shared<drivers::raster::Workers>(threads));
         canvas.Points(Vertices(scattered));
         canvas.SetWorthSharing(1);
+        canvas.State().lineSmooth = true;
+        canvas.State().lineWidth = 0.6F + static_cast<float>(seed % 5);
+        canvas.State().colour = {0, 90, 180, 255};
+        canvas.Lines(Vertices(fan));
         if (seed % 2 != 0) { // leaning away, with depths
             canvas.SetView(
                 Matrix({5, 0, 60, 90, 0, 5, 60, 90, 0.005, 0.007, 0, 1}), {3, 5, 330, 300});

@@ -148,7 +148,8 @@ void DrawMiddle(TurnedTarget target, Edge const& upper, Edge const& lower, int f
     auto const base =
         static_cast<std::int64_t>((upper.left.y + drop - upper.left.x * slope) * kFixed);
     std::int64_t top = base + step * from;
-    auto const height = static_cast<float>(lower.At(from) - upper.At(from));
+    // The same as well; both ends of the edge would do.
+    auto const height = static_cast<float>(lower.At(upper.left.x) - upper.left.y);
     float const extent = height + static_cast<float>(std::abs(slope));
     Lanes const start = static_cast<float>(-drop) - kRows;
     float const rise = static_cast<float>(slope);
@@ -196,6 +197,36 @@ int CeilPixel(double v) {
     return -FloorPixel(-v);
 }
 
+/// Columns, the last not included.
+struct Columns {
+    int from;
+    int end;
+};
+
+/// Those in which a line may reach into the clip, and a few more.
+Columns
+ColumnsInside(math::Rect2<int> const& clip, Point const& a, Point const& b, double halfWidth) {
+    double from = a.x - halfWidth;
+    double end = b.x + halfWidth;
+    // A line across is at most sqrt(2) of its width high in a column, where it rises by one more.
+    double const margin = 1.5 * halfWidth + 2;
+    double const top = clip.top - margin;
+    double const bottom = clip.bottom + margin;
+    if (std::max(a.y, b.y) < top || std::min(a.y, b.y) > bottom) {
+        return {0, 0};
+    }
+    if (std::abs(b.y - a.y) > 1) {
+        double const perRow = (b.x - a.x) / (b.y - a.y);
+        double const atTop = a.x + (top - a.y) * perRow;
+        double const atBottom = a.x + (bottom - a.y) * perRow;
+        from = std::max(from, std::min(atTop, atBottom));
+        end = std::min(end, std::max(atTop, atBottom));
+    }
+    from = std::max<double>(from, clip.left);
+    end = std::min<double>(end, clip.right);
+    return from < end ? Columns{FloorPixel(from), CeilPixel(end)} : Columns{0, 0};
+}
+
 } // namespace
 
 void DrawSmoothLine(Target const& target, Segment const& segment, double width, Ink const& ink) {
@@ -208,6 +239,11 @@ void DrawSmoothLine(Target const& target, Segment const& segment, double width, 
     }
     if (b.x < a.x) {
         std::swap(a, b);
+    }
+    TurnedTarget const turned(target, steep, ink);
+    Columns const inside = ColumnsInside(turned.clip, a, b, width / 2);
+    if (inside.from >= inside.end) {
+        return;
     }
     Point const d = b - a;
     double const length = std::sqrt(d.x * d.x + d.y * d.y);
@@ -222,10 +258,9 @@ void DrawSmoothLine(Target const& target, Segment const& segment, double width, 
         {b + down, b - down, -across, -along},
         {b - down, a - down, along, across},
         {a - down, a + down, -across, -along}};
-    TurnedTarget const turned(target, steep, ink);
     double const reach = std::abs(down.x);
-    int const from = std::max(turned.clip.left, FloorPixel(a.x - reach));
-    int const end = std::min(turned.clip.right, CeilPixel(b.x + reach));
+    int const from = std::max(inside.from, FloorPixel(a.x - reach));
+    int const end = std::min(inside.end, CeilPixel(b.x + reach));
     int const middle = std::clamp(CeilPixel(a.x + reach), from, std::max(from, end));
     int const middleEnd = std::clamp(FloorPixel(b.x - reach), middle, std::max(middle, end));
     for (int column = from; column < middle; ++column) {
