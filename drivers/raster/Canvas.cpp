@@ -155,29 +155,30 @@ void Canvas::CopyTo(cimage::TRGB<unsigned char>* out, std::size_t strideBytes) c
 
 void Canvas::BlendMask(
     int x, int y, unsigned char const* coverage, int width, int height, std::ptrdiff_t stride) {
-    Ink const ink(m_state);
-    CoverPen const pen(ink);
-    Target const target = MakeTarget();
     // In 64 bits: a position near the end of int plus a size must not wrap.
     auto const right = std::min<long long>(m_clip.right, static_cast<long long>(x) + width);
     auto const bottom = std::min<long long>(m_clip.bottom, static_cast<long long>(y) + height);
     int const left = std::max(m_clip.left, x);
-    int const count = static_cast<int>(right - left);
-    std::vector<float>& nearness = m_scratch[0].outline.nearRow;
-    if (target.nearness != nullptr && count > 0) {
-        nearness.assign(
-            static_cast<std::size_t>(count), static_cast<float>(1 / m_state.maskDistance));
+    int const top = std::max(m_clip.top, y);
+    if (left >= right || top >= bottom) {
+        return;
     }
-    for (int row = std::max(m_clip.top, y); row < bottom && count > 0; ++row) {
-        // left and row are inside both the clip and the mask, so the differences fit.
-        auto const offset = static_cast<std::ptrdiff_t>(left) - x;
-        auto const* from = coverage + (static_cast<std::ptrdiff_t>(row) - y) * stride + offset;
-        if (target.nearness != nullptr) {
-            float* there = target.NearnessAt(left, row);
-            CoverSeenRow(Row(row) + left, from, count, nearness.data(), there, ink);
-        } else {
-            CoverRow(Row(row) + left, from, count, pen);
-        }
+    int const columns = static_cast<int>(right - left);
+    int const rows = static_cast<int>(bottom - top);
+    // left and top are inside both the clip and the mask, so the differences fit.
+    coverage += (static_cast<std::ptrdiff_t>(top) - y) * stride + left - x;
+    Ink const ink(m_state);
+    Target const target = MakeTarget();
+    if (target.nearness == nullptr) {
+        CoverRows(target, left, top, coverage, stride, columns, rows, ink);
+        return;
+    }
+    std::vector<float>& nearness = m_scratch[0].outline.nearRow;
+    nearness.assign(
+        static_cast<std::size_t>(columns), static_cast<float>(1 / m_state.maskDistance));
+    for (int row = top; row < bottom; ++row, coverage += stride) {
+        float* there = target.NearnessAt(left, row);
+        CoverSeenRow(target.At(left, row), coverage, columns, nearness.data(), there, ink);
     }
 }
 

@@ -733,6 +733,39 @@ TEST(Canvas, TurnedAndDistantImagesAtHalfSizeOrLessAreMeansToo) {
     EXPECT_LT(spread(distant, 3, 8), 50) << "3 to 19 texels a pixel";
 }
 
+TEST(Canvas, AMaskChangesWhatItCoversAndNothingBesideIt) {
+    constexpr int size = 13;
+    constexpr int left = 2; // of the clip
+    std::vector<unsigned char> mask;
+    for (int i = 0; i < size * 2; ++i) {
+        mask.push_back(static_cast<unsigned char>(i % 5 == 0 ? 0 : i * 37));
+    }
+    auto const under = [](int x, int y) { return 20 + 11 * x + 30 * y; };
+    for (int width = 1; width <= size; ++width) {
+        for (int at = -1; at < size; ++at) {
+            Canvas canvas = MakeCanvas(size, 3);
+            for (int i = 0; i < size * 3; ++i) {
+                auto const value = static_cast<unsigned char>(under(i % size, i / size));
+                canvas.Row(i / size)[i % size] = {value, value, value, 255};
+            }
+            canvas.SetView(Matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1}), {left, 0, size - 1, 3});
+            canvas.State().colour = {250, 250, 250, 200};
+            canvas.State().blend = true;
+            canvas.BlendMask(at, 0, mask.data(), width, 2, size);
+            for (int i = 0; i < size * 3; ++i) {
+                int const x = i % size;
+                int const y = i / size;
+                bool const covered =
+                    x >= std::max(left, at) && x < std::min(size - 1, at + width) && y < 2;
+                int const cover = covered ? mask[static_cast<std::size_t>(y * size + x - at)] : 0;
+                int const alpha = (cover * 200 + 127) / 255;
+                int const expected = (250 * alpha + under(x, y) * (255 - alpha) + 127) / 255;
+                EXPECT_EQ(int{canvas.Read(x, y).g}, expected) << width << " at " << at << ": " << x;
+            }
+        }
+    }
+}
+
 TEST(Canvas, BilinearSamplingMeetsTheTexelsAtTheirCentres) {
     unsigned char const grey[2] = {0, 200};
     Canvas canvas = MakeCanvas(16, 1);

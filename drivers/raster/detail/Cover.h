@@ -109,31 +109,41 @@ private:
 };
 
 /// Draws pixels side by side in one colour, each as far as it is covered (0 to 255).
-inline void CoverRow(Colour* row, unsigned char const* coverage, int count, CoverPen const& pen) {
-    // Behind a whole number of lanes, the last lanes once more, without those that are done.
-    constexpr unsigned char masks[2 * kLanes] = {0, 0, 0, 0, 255, 255, 255, 255};
+/// @param room pixels up to the end of the row: those behind `count` are written as they are
+inline void
+CoverRow(Colour* row, unsigned char const* coverage, int count, int room, CoverPen const& pen) {
     using Coverages = std::uint8_t __attribute__((vector_size(kLanes)));
-    if (count < kLanes) {
-        for (int i = 0; i < count; ++i) {
-            pen.Put(row[i], coverage[i]);
-        }
-        return;
-    }
-    for (int done = 0; done < count; done += kLanes) {
-        int const left = count - done;
-        int const at = left < kLanes ? count - kLanes : done;
+    int done = 0;
+    for (; done + kLanes <= count; done += kLanes) {
         std::uint32_t word;
-        std::memcpy(&word, coverage + at, sizeof word);
-        if (left < kLanes) {
-            std::uint32_t mask;
-            std::memcpy(&mask, masks + left, sizeof mask);
-            word &= mask;
-        }
+        std::memcpy(&word, coverage + done, sizeof word);
         if (word != 0) {
-            Coverages const four = reinterpret_cast<Coverages>(word);
-            pen.PutFour(row + at, 1, __builtin_convertvector(four, Counts));
+            auto const four = reinterpret_cast<Coverages>(word);
+            pen.PutFour(row + done, 1, __builtin_convertvector(four, Counts));
         }
+    }
+    int const left = count - done;
+    unsigned char const* const rest = coverage + done;
+    if (room - done < kLanes) {
+        for (int i = 0; i < left; ++i) {
+            pen.Put(row[done + i], rest[i]);
+        }
+    } else if (left > 0) {
+        // Not the last lanes once more: they would wait for what has just been stored.
+        Counts const few = {rest[0], left > 1 ? rest[1] : 0, left > 2 ? rest[2] : 0, 0};
+        pen.PutFour(row + done, 1, few);
     }
 }
+
+/// The same for a mask whose first pixel lies at (x, y), inside the clip as a whole.
+void CoverRows(
+    Target const& target,
+    int x,
+    int y,
+    unsigned char const* coverage,
+    std::ptrdiff_t stride,
+    int width,
+    int height,
+    Ink const& ink);
 
 } // namespace drivers::raster::detail

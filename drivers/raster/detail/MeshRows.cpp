@@ -124,7 +124,8 @@ void EvenRows::Finish(Target const& target, Ink const& ink) {
                 m_alphas[i] = AlphaOfLayers(m_sums[i], ink.colour.a);
             }
         }
-        CoverRow(target.At(m_from, y), m_alphas.data(), count, pen);
+        int const room = static_cast<int>(target.stride) - m_from;
+        CoverRow(target.At(m_from, y), m_alphas.data(), count, room, pen);
     }
 }
 

@@ -40,7 +40,8 @@ inline void FillPath(Target const& target, PathFill& path, Ink const& ink, bool 
     if (smooth) {
         CoverPen const pen(ink);
         path.Coverage([&](int y, int x, int count, unsigned char const* coverage) {
-            CoverRow(target.At(x, y), coverage, count, pen);
+            int const room = static_cast<int>(target.stride) - x;
+            CoverRow(target.At(x, y), coverage, count, room, pen);
         });
     } else {
         path.Spans([&](int y, int x0, int x1) { FillSpan(target, y, x0, x1, ink); });
