@@ -5,6 +5,7 @@
 #include "drivers/raster/Workers.h"
 #include "drivers/raster/detail/MeshRows.h"
 #include "drivers/raster/detail/OutlineScratch.h"
+#include "drivers/raster/detail/PointBatch.h"
 #include "drivers/raster/detail/RowBands.h"
 #include "drivers/raster/detail/TextureLevels.h"
 #include "drivers/raster/detail/UprightImage.h"
@@ -13,7 +14,6 @@
 #include "math/TMatrix.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -21,18 +21,9 @@
 namespace drivers::raster {
 
 namespace detail {
-struct DepthRange;
 struct HPoint;
 struct Target;
 struct View;
-
-/// Where a point that is to be drawn lies.
-struct PlacedPoint {
-    int x;
-    int y;
-    float nearness;
-    std::uint32_t number; ///< of its vertex
-};
 } // namespace detail
 
 /// A picture in memory and the operations that draw into it.
@@ -198,6 +189,7 @@ private:
         detail::OutlineScratch outline;
         detail::ImageScratch image;
         detail::MeshScratch mesh;
+        detail::PointBatch points;
     };
     /// Calls draw(target, scratch): once, or, when about so many pixels are to be drawn that it
     /// pays, for bands of the clip on all workers. No pixel depends on where the clip ends, so the
@@ -210,9 +202,6 @@ private:
     /// Calls draw(band, scratch) for each of m_rowBands, shared on all workers or on this thread.
     template <class Draw>
     void ShareBands(bool shared, Draw const& draw);
-    template <class Reader, class Pen>
-    void PointsInBands(
-        Reader const& reader, detail::DepthRange const& range, std::size_t count, Pen const& pen);
     double PixelsOf(VertexArray const& vertices, std::size_t corners) const;
     double PixelsWithin(math::Point2<double> const* corners, std::size_t count) const;
     template <int Corners>
@@ -221,7 +210,6 @@ private:
 
     std::vector<Scratch> m_scratch = std::vector<Scratch>(1); // one a band
     detail::RowBands m_rowBands;                              // working storage
-    detail::BandsOf<detail::PlacedPoint> m_pointBands;        // the same
     detail::LevelsInUse m_levels;
     double m_worthSharing = 1 << 16;
     std::shared_ptr<Workers> m_workers; // null: no helping threads

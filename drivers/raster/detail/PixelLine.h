@@ -13,10 +13,10 @@ namespace drivers::raster::detail {
 
 /// A line between two pixels within the guard band, one pixel thick.
 struct PixelLine {
-    int x0;
-    int y0;
-    int x1;
-    int y1;
+    int x0 = 0;
+    int y0 = 0;
+    int x1 = 0;
+    int y1 = 0;
     double near0 = 1; ///< 1 / distance at (x0, y0)
     double near1 = 1;
 
@@ -40,8 +40,8 @@ inline PixelLine PixelsOf(Segment const& segment) {
 /// Bresenham's line as numbers: step k from 0 to length moves one pixel along the major axis, and
 /// the minor axis has then moved by floor((2 * rise * k + length) / (2 * length)).
 struct PixelSteps {
-    std::int64_t length;
-    std::int64_t rise;
+    std::int64_t length = 0;
+    std::int64_t rise = 0;
 
     /// First step at which the minor axis has moved by m >= 0.
     std::int64_t FirstAt(std::int64_t m) const {
@@ -57,8 +57,8 @@ struct PixelSteps {
 
 /// Steps [from, to] of a line that are to be drawn; empty where from > to.
 struct StepRange {
-    std::int64_t from;
-    std::int64_t to;
+    std::int64_t from = 0;
+    std::int64_t to = 0;
 };
 
 /// The steps of a line inside the clip [majorLo, majorHi) x [minorLo, minorHi).
