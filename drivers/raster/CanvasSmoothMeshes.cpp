@@ -111,10 +111,7 @@ bool Canvas::DrawSmoothMesh(VertexArray const& vertices) {
             m_clip,
             RowBands::FewRows,
             vertices.count / Corners,
-            [&](std::size_t i, std::uint32_t& number) {
-                number = static_cast<std::uint32_t>(i);
-                return ReachOfShape(m_rowBands, reader, Corners * i, Corners);
-            });
+            [&](std::size_t i) { return ReachOfShape(m_rowBands, reader, Corners * i, Corners); });
         ShareBands(many, [&](int band, Scratch& scratch) {
             Target part = whole;
             part.clip = m_rowBands.Clip(band);

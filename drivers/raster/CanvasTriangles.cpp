@@ -47,12 +47,7 @@ void Canvas::Triangles(VertexArray const& vertices) {
         auto const share = [&](int count, auto const& work) { Share(count, work); };
         int const rows = plain ? m_clip.Height() / (4 * threads) : 0;
         m_rowBands.Sort(
-            share,
-            m_clip,
-            std::max(rows, RowBands::FewRows),
-            triangles,
-            [&](std::size_t i, std::uint32_t& number) {
-                number = static_cast<std::uint32_t>(i);
+            share, m_clip, std::max(rows, RowBands::FewRows), triangles, [&](std::size_t i) {
                 return ReachOfShape(m_rowBands, reader, 3 * i, 3);
             });
         Share(m_rowBands.Count(), [&](int band) {

@@ -14,16 +14,14 @@ namespace drivers::raster::detail {
 
 /// Many things to draw in bands of rows that they reach into, in their order. Drawn band by band,
 /// they find the pixels and depths around them in the processor's cache.
-template <class Thing>
-class BandsOf {
+class RowBands {
 public:
     /// Rows of a band that, of a wide picture, fit into a processor's own cache with their depths.
     static constexpr int FewRows = 32;
 
     /// @param rows    of a band, rounded down to a power of two
     /// @param share   share(count, work) calls work(0) ... work(count - 1), on whatever threads
-    /// @param reachOf reachOf(i, thing) sets thing i and answers its bands, as one of the functions
-    ///                below
+    /// @param reachOf reachOf(i) answers the bands of thing i, as one of the functions below
     template <class Share, class ReachOf>
     void Sort(
         Share const& share,
@@ -72,7 +70,7 @@ public:
         int const bottom = m_clip.top + ((band + 1) << m_shift);
         return {m_clip.left, top, m_clip.right, std::min(bottom, m_clip.bottom)};
     }
-    /// Calls use(things, count) with the things of a band, a part at a time.
+    /// Calls use(numbers, count) with the numbers of a band's things, a part at a time.
     template <class Use>
     void ForParts(int band, Use const& use) const {
         auto const place = static_cast<std::size_t>(band);
@@ -87,20 +85,18 @@ private:
 
     /// A number of things that one thread sorts.
     struct Part {
-        std::vector<Thing> things;
-        std::vector<Reach> reach;          // of each of the things
+        std::vector<Reach> reach;
         std::vector<std::uint32_t> starts; // of each band, in order; then the end
-        std::vector<Thing> order;
+        std::vector<std::uint32_t> order;
     };
 
     template <class ReachOf>
     void Sort(Part& part, std::size_t from, std::size_t to, ReachOf const& reachOf) const {
-        part.things.resize(to - from);
         part.reach.resize(to - from);
         part.starts.assign(static_cast<std::size_t>(Count()) + 1, 0);
-        for (std::size_t i = 0; i < part.things.size(); ++i) {
-            Reach const reach = reachOf(from + i, part.things[i]);
-            part.reach[i] = reach;
+        for (std::size_t i = from; i < to; ++i) {
+            Reach const reach = reachOf(i);
+            part.reach[i - from] = reach;
             for (int band = reach.first; band <= reach.last; ++band) {
                 ++part.starts[static_cast<std::size_t>(band)];
             }
@@ -110,10 +106,11 @@ private:
             start = sum += start;
         }
         part.order.resize(sum);
-        for (std::size_t i = part.things.size(); i-- > 0;) {
-            Reach const reach = part.reach[i];
+        for (std::size_t i = to; i-- > from;) {
+            Reach const reach = part.reach[i - from];
             for (int band = reach.first; band <= reach.last; ++band) {
-                part.order[--part.starts[static_cast<std::size_t>(band)]] = part.things[i];
+                part.order[--part.starts[static_cast<std::size_t>(band)]] =
+                    static_cast<std::uint32_t>(i);
             }
         }
     }
@@ -126,9 +123,6 @@ private:
     int m_shift = 0; // a band has 1 << m_shift rows
     std::vector<Part> m_parts;
 };
-
-/// Bands of things that are known by their numbers.
-using RowBands = BandsOf<std::uint32_t>;
 
 /// The bands of a shape of some vertices.
 template <class Reader>
