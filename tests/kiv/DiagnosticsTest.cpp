@@ -1,10 +1,11 @@
 #include "kiv/Diagnostics.h"
 
+#include "support/CapturedOutput.h"
+
 #include <boost/current_function.hpp>
 
 #include <gtest/gtest.h>
 
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -43,8 +44,7 @@ TEST(Diagnostics, LocationIsTheScopeThatHoldsTheFunction) {
 }
 
 TEST(Diagnostics, LinesOfManyThreadsStayWhole) {
-    std::ostringstream captured;
-    std::streambuf* const before = std::cout.rdbuf(captured.rdbuf());
+    tests::CapturedOutput const captured;
     std::string const message(200, 'x');
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
@@ -57,8 +57,7 @@ TEST(Diagnostics, LinesOfManyThreadsStayWhole) {
     for (auto& thread : threads) {
         thread.join();
     }
-    std::cout.rdbuf(before);
-    std::istringstream lines(captured.str());
+    std::istringstream lines(captured.Text());
     int count = 0;
     for (std::string line; std::getline(lines, line); ++count) {
         ASSERT_EQ(line, "[II] B: " + message);

@@ -9,10 +9,8 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -28,15 +26,8 @@ class INIFileTest : public testing::Test {
 protected:
     std::string Path(std::string const& name = "test.ini") const { return m_folder.Path(name); }
 
-    std::string Write(std::string const& content) const {
-        std::ofstream(Path(), std::ios::binary) << content;
-        return Path();
-    }
-    std::string Read() const {
-        std::ostringstream content;
-        content << std::ifstream(Path(), std::ios::binary).rdbuf();
-        return content.str();
-    }
+    std::string Write(std::string const& text) const { return m_folder.Write("test.ini", text); }
+    std::string Read() const { return m_folder.Read("test.ini"); }
     static bool IsKey(std::string const& text) {
         return tests::Thrown([&] { INIFile().Set(text, ""); }) == "nothing thrown";
     }

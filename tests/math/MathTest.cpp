@@ -1,4 +1,3 @@
-#include "math/TMatrix.h"
 #include "math/clip_line3.h"
 
 #include <gmock/gmock.h>
@@ -87,13 +86,6 @@ TEST(Rect2, PartsOnlyTouchingAreEmpty) {
     EXPECT_FALSE(Intersect(rect, {9, 9, 20, 20}).Empty());
     EXPECT_TRUE(Intersect(rect, {10, 0, 20, 10}).Empty());
     EXPECT_TRUE(Intersect(rect, {30, 2, 40, 8}).Empty());
-}
-
-TEST(TMatrix, LiesInMemoryRowByRow) {
-    math::TMatrix<double, 3, 4> m;
-    m << 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11;
-    EXPECT_EQ(m.data()[6], m(1, 2));
-    EXPECT_EQ((math::TMatrix<float, 3, 1>(1, 2, 3).data()[2]), 3);
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,15 @@ public:
     }
 
     std::string Path(std::string const& name) const { return (path / name).string(); }
+    /// Writes a file of these bytes. @return its path
+    std::string Write(std::string const& name, std::string const& bytes) const {
+        std::ofstream(path / name, std::ios::binary) << bytes;
+        return Path(name);
+    }
+    std::string Read(std::string const& name) const {
+        std::ifstream file(path / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
 
     /// @return names of what is in the folder, in alphabetical order
     std::vector<std::string> Files() const {

@@ -43,19 +43,6 @@ TEST(DrawingCore, MaterialFallsBackToTheFirstColour) {
     EXPECT_THAT(core.Take(), ElementsAre("SetColor 1,2,3,4"));
 }
 
-TEST(DrawingCore, DepthBufferTouchesItsBitOnly) {
-    CreationParams params;
-    params.flags = StateVisible | StateKeyboard;
-    params.width = params.height = 1;
-    tests::RecordingCore core(params);
-    core.EnableZBuffer(0.1, 100);
-    EXPECT_EQ(core.Flags(), params.flags | 0x2000U);
-    EXPECT_EQ(core.DepthNear(), 0.1);
-    EXPECT_EQ(core.DepthFar(), 100);
-    core.DisableZBuffer();
-    EXPECT_EQ(core.Flags(), params.flags);
-}
-
 TEST(DrawingCore, ViewKeepsWhatIsNotGiven) {
     CWindowCore core;
     auto const camera = boost::make_shared<CCamera2D>(0, 0, 10, 10, 0.0);
@@ -96,30 +83,11 @@ TEST(DrawingCore, WorldPointsLandOnTheScreen) {
     EXPECT_TRUE(std::isnan(screen[1].x) && std::isnan(screen[1].y));
     EXPECT_EQ(screen[2], math::Point2<float>(1, 2));
 
-    core.SetViewPort(
-        ViewPortCamera,
-        nullptr,
-        boost::make_shared<CCamera3D>(0.0, 0.0, 0.0, 5.0, 0.0, 0.0, false));
-    for (auto const& [x, front] :
-         {std::pair(5.01F, true),
-          std::pair(5.0F, false),
-          std::pair(-9.0F, false),
-          std::pair(NAN, false)}) {
-        EXPECT_EQ(core.IsPointInFront({x, 0, 0}), front) << x;
+    auto const at5 = boost::make_shared<CCamera3D>(0.0, 0.0, 0.0, 5.0, 0.0, 0.0, false);
+    core.SetViewPort(ViewPortCamera, nullptr, at5);
+    for (float const x : {5.01F, 5.0F, -9.0F, NAN}) {
+        EXPECT_EQ(core.IsPointInFront({x, 0, 0}), x == 5.01F) << x;
     }
-}
-
-TEST(DrawingCore, TimersMoveAndEnd) {
-    CWindowCore core;
-    core.AddAbsoluteTimer(1, {10, 0});
-    core.AddAbsoluteTimer(2, {20, 0});
-    core.AddAbsoluteTimer(1, {30, 5});
-    ASSERT_EQ(core.Timers().size(), 2U);
-    core.ReleaseTimer(2);
-    core.ReleaseTimer(7);
-    ASSERT_EQ(core.Timers().size(), 1U);
-    EXPECT_EQ(core.Timers()[0].id, 1);
-    EXPECT_EQ(core.Timers()[0].due.tv_sec, 30);
 }
 
 } // namespace

@@ -158,16 +158,22 @@ TEST_F(Layers, ListDrawsUpwardsAndAsksDownwards) {
         Add(list.Layers()[number], static_cast<float>(number));
     }
     Add(list.Layers()[0], 0.5F, true);
-    EXPECT_EQ(list.Draw(&core), 4);
+    Add(list.Layers()[0], 0.75F);
+    EXPECT_EQ(list.Draw(&core), 5);
     EXPECT_EQ(core.Count("SetViewPort"), 3U);
     core.log.erase(
         std::remove(core.log.begin(), core.log.end(), "SetViewPort 0 0 0"), core.log.end());
     EXPECT_THAT(
         core.Take(),
-        ElementsAre("SetLineWidth -1", "SetLineWidth 0", "SetLineWidth 0.5", "SetLineWidth 3"));
+        ElementsAre(
+            "SetLineWidth -1",
+            "SetLineWidth 0",
+            "SetLineWidth 0.5",
+            "SetLineWidth 0.75",
+            "SetLineWidth 3"));
     Event event = Press(50, 50);
     EXPECT_TRUE(list.Interact(&core, event));
-    EXPECT_THAT(offered, ElementsAre(3, 0, 0.5F)) << "those below the consumer are not asked";
+    EXPECT_THAT(offered, ElementsAre(3, 0, 0.5F)) << "those behind the consumer are not asked";
 }
 
 } // namespace

@@ -10,8 +10,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
 
@@ -245,13 +243,10 @@ TEST_F(NavigationPath, PadTurnsTheCamera) {
 struct NavigationFile : NavigationPath {
     NavigationFile() { path->SetFileName(folder.Path("path.xml")); }
 
-    std::string Text() const {
-        std::ifstream file(path->FileName(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Text() const { return folder.Read(path->FileName()); }
     /// Loads a text as the file. @return how many segments there are then
     std::size_t Load(std::string const& text) {
-        std::ofstream(path->FileName(), std::ios::binary) << text;
+        folder.Write(path->FileName(), text);
         path->Load();
         return path->Segments().size();
     }

@@ -31,8 +31,8 @@ public:
 // Registered for the whole test program, as a gadget library does while it is being loaded.
 CWidget_Registration<Gadget> const registrar("TestGadget");
 
-bool EnabledAfterConstruction(tests::IniGuard& config) {
-    (void)config;
+/// As the configuration says that is in force.
+bool EnabledAfterConstruction() {
     CWindowNullCore manager(tests::MakeParams("None", 10, 10));
     return manager.FindPlugin("TestGadget")->enabled;
 }
@@ -48,7 +48,7 @@ TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
     }
     tests::IniGuard config;
     kiv::ini::INIFile& section = *config.ini.Node("TestGadget");
-    EXPECT_FALSE(EnabledAfterConstruction(config));
+    EXPECT_FALSE(EnabledAfterConstruction());
     EXPECT_EQ(*section.Find("ENABLED"), "FALSE") << "written where it was missing";
     EXPECT_THAT(
         output.Take(),
@@ -63,12 +63,12 @@ TEST(Plugins, ArePopulatedAsTheConfigurationSays) {
         EXPECT_EQ(manager.FindPlugin("HELP"), nullptr);
     }
     section.Set("ENABLED", "true");
-    EXPECT_TRUE(EnabledAfterConstruction(config));
+    EXPECT_TRUE(EnabledAfterConstruction());
     section.Set("ENABLED", "perhaps");
-    EXPECT_THROW(EnabledAfterConstruction(config), boost::bad_lexical_cast);
+    EXPECT_THROW(EnabledAfterConstruction(), boost::bad_lexical_cast);
     section.Set("ENABLED", "FALSE");
     section.Set("BROKEN", "1");
-    EXPECT_THROW(EnabledAfterConstruction(config), std::runtime_error);
+    EXPECT_THROW(EnabledAfterConstruction(), std::runtime_error);
 }
 
 TEST(Plugins, InsertByNameOnceAndReportFailures) {

@@ -35,16 +35,18 @@ struct Undo : testing::Test {
         return {box.Box(), sheaf.Centre(), sheaf.Normals(), vertices, points->Points()};
     }
 
-    /// Presses, moves twice and releases.
-    void Drag(CWidget& widget, Point2f const& from, Point2f const& to) {
-        Event const events[] = {
-            Press(from.x, from.y),
-            Motion(to.x + 7, to.y + 3, 1),
-            Motion(to.x, to.y, 1),
-            Release(to.x, to.y)};
+    /// A press, two moves and the release.
+    static std::vector<Event> DragOf(Point2f const& a, Point2f const& b) {
+        Event const detour = Motion(b.x + 7, b.y + 3, 1);
+        return {Press(a.x, a.y), detour, Motion(b.x, b.y, 1), Release(b.x, b.y)};
+    }
+    void Offer(CWidget& widget, std::vector<Event> const& events) {
         for (Event const& event : events) {
             widget.Interact(&core, event);
         }
+    }
+    void Drag(CWidget& widget, Point2f const& from, Point2f const& to) {
+        Offer(widget, DragOf(from, to));
     }
 
     CapturedOutput output;
@@ -60,31 +62,23 @@ struct Undo : testing::Test {
 
 TEST_F(Undo, TakesEveryGestureBackAndDoesItAgainExactly) {
     std::vector<Geometry> history = {Present()};
-    auto const happened = [&] { history.push_back(Present()); };
-    Drag(box, {121, 140}, {105, 130});
-    happened();
-    Drag(box, {150, 140}, {400, 30});
-    happened();
-    Drag(sheaf, {100, 100}, {90, 80});
-    happened();
-    Drag(sheaf, {120, 110}, {90, 50}); // an infinite normal
-    happened();
-    sheaf.Interact(&core, Key('+'));
-    happened();
-    sheaf.Interact(&core, Press(90, 80));
-    sheaf.Interact(&core, Motion(91, 81));
-    sheaf.Interact(&core, Key('-'));
-    sheaf.Interact(&core, Release(91, 81)); // all of it is one gesture
-    happened();
-    Drag(polygon, {50, 10}, {60, 20});
-    happened();
-    Drag(*points, {15, 15}, {20.5F, 20});
-    happened();
-    points->Interact(&core, Press(200, 20));
-    points->Interact(&core, Key('-'));
-    points->Interact(&core, Release(200, 20));
-    happened();
-
+    struct Gesture {
+        CWidget& widget;
+        std::vector<Event> events;
+    };
+    for (Gesture const& gesture : std::vector<Gesture>{
+             {box, DragOf({121, 140}, {105, 130})},
+             {box, DragOf({150, 140}, {400, 30})},
+             {sheaf, DragOf({100, 100}, {90, 80})},
+             {sheaf, DragOf({120, 110}, {90, 50})}, // an infinite normal
+             {sheaf, {Key('+')}},
+             {sheaf, {Press(90, 80), Motion(91, 81), Key('-'), Release(91, 81)}},
+             {polygon, DragOf({50, 10}, {60, 20})},
+             {*points, DragOf({15, 15}, {20.5F, 20})},
+             {*points, {Press(200, 20), Key('-'), Release(200, 20)}}}) {
+        Offer(gesture.widget, gesture.events);
+        history.push_back(Present());
+    }
     ASSERT_EQ(stack->UndoCount(), history.size() - 1);
     for (std::size_t i = history.size() - 1; i-- > 0;) {
         EXPECT_TRUE(stack->Undo());

@@ -105,34 +105,13 @@ TEST(Window, SettingsChooseTheDriver) {
     CWindow::setDriver("");
     tests::CapturedOutput output;
     EXPECT_THROW(CWindow("title", 64, 48, 0), std::runtime_error);
-    EXPECT_EQ(CWindow::setOutputPath("/a"), "");
-    EXPECT_EQ(CWindow::setOutputPath(""), "/a");
-    EXPECT_EQ(CWindow::setResourcePath("/r"), "");
-    EXPECT_EQ(CWindow::setResourcePath(""), "/r");
 }
 
 TEST(Window, QueriesAnswerFromBackendZero) {
     CWindow window(tests::MakeParams("None,TestRefusing"));
-    window.SetTitle("new");
-    window.SetPosition(-5, 7);
     window.SetSize(320, 240);
-    window.SetVisibility(true);
-    window.SetFullScreenMode(true);
-    std::string title;
-    int x = 0;
-    int y = 0;
-    unsigned w = 0;
-    unsigned h = 0;
     ScreenGeometry geometry;
     CWindow::Colour colour;
-    EXPECT_TRUE(window.GetTitle(title) && window.GetPosition(x, y) && window.GetSize(w, h));
-    EXPECT_EQ(title, "new");
-    EXPECT_EQ(x, -5);
-    EXPECT_EQ(y, 7);
-    EXPECT_EQ(w, 320U);
-    EXPECT_EQ(h, 240U);
-    EXPECT_TRUE(window.IsVisible(false));
-    EXPECT_TRUE(window.IsFullScreen());
     EXPECT_FALSE(window.IsIconic());
     EXPECT_TRUE(window.GetScreenGeometry(geometry));
     EXPECT_EQ(geometry.width, 0U) << "the first backend answers";
