@@ -43,9 +43,9 @@ void Load(std::string const& path, CImage& image, boost::property_tree::ptree& m
 ///
 /// Each node of the metadata that has data is written as a text of the file, nested keys joined
 /// by dots, so that CreateFromFile gives the same tree back, bytes of all kinds in its texts but
-/// NUL; nodes whose key is empty or starts with '_' are left out with all below them, and so is what
-/// a format cannot hold: keys that are no PNG keywords, elsewhere keys of more than 79 bytes, with
-/// ": ", a tab or a line end, texts longer than a JPEG comment.
+/// NUL; nodes whose key is empty or starts with '_' are left out with all below them, and so is
+/// what a format cannot hold: keys that are no PNG keywords, elsewhere keys of over 79 bytes,
+/// with ": ", a tab or a line end, texts longer than a JPEG comment.
 ///
 /// The file appears whole or not at all, in place of an earlier one. Throws std::runtime_error
 /// with the path and the reason, also for an image without pixels.

@@ -203,9 +203,9 @@ public:
     /// Not implemented: says so and returns false.
     bool SetRegionAction(
         double x0, double y0, double x1, double y1, CWindowEvents_ID kind, unsigned action);
-    /// Calls back, on the backend's thread, for events of the kind in the world rectangle, its edges
-    /// included, and consumes them. Plugins, higher layers, the layer's camera and drawables pushed
-    /// before are asked first: layer 0's camera takes presses of the left and middle button.
+    /// Calls back, on the backend's thread, for events of the kind in the world rectangle, its
+    /// edges included, and consumes them. Plugins, higher layers, the layer's camera and drawables
+    /// pushed before are asked first: layer 0's camera takes presses of the left and middle button.
     bool SetRegionCallback(
         double x0,
         double y0,
@@ -272,7 +272,7 @@ public:
     bool SetTextAlign(_TextAlign_t horizontal, _TextAlign_t vertical);
     bool SetLineWidth(double width);
     bool SetPointSize(double size);
-    bool SetLineSmoothing(bool smooth);
+    bool SetLineSmoothing(bool smooth); ///< edges of shapes too, but not under the depth test
     bool SetBlend(_BlendType_t type);
     bool EnableLight(
         int number,
